@@ -1,0 +1,490 @@
+// SPDX-License-Identifier: MIT
+#include "python/cpython.h"
+
+#include "python/pyref.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <tuple>
+
+int CPython::s_instanceCount = 0;
+Platform *CPython::s_platform = nullptr;
+Platform::Library CPython::s_library = nullptr;
+bool CPython::s_startedElsewhere = false;
+std::thread::id CPython::s_initialisingThread;
+long CPython::s_processId = 0;
+char CPython::s_versionString[16] = "";
+int CPython::s_runDepth = 0;
+std::atomic<bool> CPython::s_stopRequested{false};
+
+namespace {
+
+// The interpreter's start symbols; its header leaves them out of the limited interface.
+constexpr int singleInput = 256;
+constexpr int fileInput = 257;
+constexpr int evalInput = 258;
+
+constexpr char builtinsName[] = "__builtins__";
+
+void displayError(PyObject *type, PyObject *value, PyObject *traceback)
+{
+    py.PyErr_Display(type, value, traceback);
+    py.PyErr_Clear();
+}
+
+/// Prints and clears the pending error. PyErr_Print() would do, but it ends the process on
+/// SystemExit, and on an excepthook that raises one.
+void printError()
+{
+    PyObject *type = nullptr;
+    PyObject *value = nullptr;
+    PyObject *traceback = nullptr;
+    py.PyErr_Fetch(&type, &value, &traceback);
+    if (!type)
+        return;
+    py.PyErr_NormalizeException(&type, &value, &traceback);
+    const PyRef typeRef(type);
+    const PyRef valueRef(value);
+    const PyRef tracebackRef(traceback);
+    // The streams refuse everything then.
+    if (CPython::stopRequested())
+        return;
+    if (traceback)
+        py.PyException_SetTraceback(value, traceback);
+    PyObject *const shownTraceback = traceback ? traceback : py.None;
+    // What pdb.pm() and traceback.print_last() look at.
+    py.PySys_SetObject("last_type", type);
+    py.PySys_SetObject("last_value", value);
+    py.PySys_SetObject("last_traceback", shownTraceback);
+
+    PyObject *const current = py.PySys_GetObject("excepthook");
+    if (!current) {
+        py.PySys_WriteStderr("sys.excepthook is missing\n");
+        displayError(type, value, traceback);
+        return;
+    }
+    const PyRef hook = PyRef::share(current);
+    const PyRef result(
+        py.PyObject_CallFunctionObjArgs(hook.get(), type, value, shownTraceback, nullptr));
+    if (result)
+        return;
+
+    PyObject *hookType = nullptr;
+    PyObject *hookValue = nullptr;
+    PyObject *hookTraceback = nullptr;
+    py.PyErr_Fetch(&hookType, &hookValue, &hookTraceback);
+    py.PyErr_NormalizeException(&hookType, &hookValue, &hookTraceback);
+    const PyRef hookTypeRef(hookType);
+    const PyRef hookValueRef(hookValue);
+    const PyRef hookTracebackRef(hookTraceback);
+    py.PySys_WriteStderr("Error in sys.excepthook:\n");
+    displayError(hookType, hookValue, hookTraceback);
+    py.PySys_WriteStderr("\nOriginal exception was:\n");
+    displayError(type, value, traceback);
+}
+
+/// The value of \a code run in the namespace of __main__, or none after the error was printed.
+PyRef run(const char *code, const char *fileName, int start)
+{
+    if (!code)
+        return {};
+    PyObject *const mainModule = py.PyImport_AddModule("__main__");
+    if (!mainModule) {
+        py.PyErr_Clear();
+        return {};
+    }
+    // A script may remove __main__ from sys.modules while it runs, and what is made in its place
+    // lacks the builtins.
+    const PyRef dictionary = PyRef::share(py.PyModule_GetDict(mainModule));
+    if (!py.PyDict_GetItemString(dictionary.get(), builtinsName))
+        py.PyDict_SetItemString(dictionary.get(), builtinsName, py.PyEval_GetBuiltins());
+    const PyRef compiled(py.Py_CompileString(code, fileName ? fileName : "<string>", start));
+    PyRef value;
+    if (compiled)
+        value = PyRef(py.PyEval_EvalCode(compiled.get(), dictionary.get(), dictionary.get()));
+    if (!value)
+        printError();
+    return value;
+}
+
+/// Runs the program's own statements in a namespace that no script sees, with \a argument bound
+/// there, and gives that namespace; none after the error was printed.
+PyRef runPrivately(const char *code, const char *argument = nullptr)
+{
+    PyRef dictionary(py.PyDict_New());
+    py.PyDict_SetItemString(dictionary.get(), builtinsName, py.PyEval_GetBuiltins());
+    if (argument) {
+        const PyRef text(py.PyUnicode_FromString(argument));
+        if (text)
+            py.PyDict_SetItemString(dictionary.get(), "argument", text.get());
+    }
+    const PyRef compiled(py.Py_CompileString(code, "<Tarnwick>", fileInput));
+    PyRef value;
+    if (compiled)
+        value = PyRef(py.PyEval_EvalCode(compiled.get(), dictionary.get(), dictionary.get()));
+    if (value)
+        return dictionary;
+    printError();
+    return {};
+}
+
+bool isText(PyObject *object)
+{
+    return (py.PyType_GetFlags(Py_TYPE(object)) & Py_TPFLAGS_UNICODE_SUBCLASS) != 0;
+}
+
+/// Byte code is matched with its source by size and whole seconds: a file saved twice within one
+/// second would run as it was before. So a user's module loses its cached copy before each import;
+/// the standard library keeps its own.
+void dropByteCode(const char *moduleName)
+{
+    std::ignore = runPrivately("try:\n"
+                               "    import importlib, importlib.machinery, os\n"
+                               "    importlib.invalidate_caches()\n"
+                               "    spec = importlib.machinery.PathFinder.find_spec(argument)\n"
+                               "    if not spec.origin.startswith(os.path.dirname(os.__file__)):\n"
+                               "        os.remove(spec.cached)\n"
+                               "except Exception:\n"
+                               "    pass\n",
+                               moduleName);
+}
+
+/// True when \a name can stand in a statement as a name: identifiers joined by dots.
+bool isModuleName(const char *name)
+{
+    const PyRef dictionary =
+        runPrivately("answer = all(word.isidentifier() for word in argument.split('.'))\n", name);
+    return dictionary && py.PyDict_GetItemString(dictionary.get(), "answer") == py.True;
+}
+
+/// Ends scripts' threads before the interpreter is shut down, which would wait for them for ever.
+/// Gives them a second to notice that their next print fails, and wakes idle pools, which wait to
+/// be told. False when some run on.
+bool endThreads()
+{
+    const PyRef dictionary =
+        runPrivately("import sys, time\n"
+                     "running = []\n"
+                     "threading = sys.modules.get('threading')\n"
+                     "if threading:\n"
+                     "    def wake():\n"
+                     "        for call in getattr(threading, '_threading_atexits', ()):\n"
+                     "            call()\n"
+                     "    threading.Thread(target=wake, daemon=True).start()\n"
+                     "    end = time.monotonic() + 1\n"
+                     "    while True:\n"
+                     "        running = [t for t in threading.enumerate()\n"
+                     "                   if t is not threading.main_thread() and not t.daemon]\n"
+                     "        if not running or time.monotonic() > end:\n"
+                     "            break\n"
+                     "        time.sleep(0.01)\n"
+                     "    threading._shutdown = lambda: None\n");
+    if (!dictionary)
+        return false;
+    PyObject *const running = py.PyDict_GetItemString(dictionary.get(), "running");
+    return running && py.PyList_Size(running) == 0;
+}
+
+} // namespace
+
+/// One run operation: holds the lock and counts the depth.
+class CPython::Run final
+{
+public:
+    Run()
+    {
+        if (isCounted())
+            ++s_runDepth;
+    }
+    ~Run()
+    {
+        // A child that a script forked comes back here with a copy of this program around it.
+        if (isForkedChild())
+            s_platform->endProcess(0);
+        if (isCounted())
+            --s_runDepth;
+    }
+    Run(const Run &) = delete;
+    Run &operator=(const Run &) = delete;
+
+    /// False when the interpreter was shut down already.
+    [[nodiscard]] bool isPossible() const { return m_lock.isLocked(); }
+
+private:
+    [[nodiscard]] static bool isCounted()
+    {
+        return std::this_thread::get_id() == s_initialisingThread;
+    }
+
+    const GilGuard m_lock;
+};
+
+CPython::CPython(Platform &platform)
+    : m_platform(platform)
+{
+    ++s_instanceCount;
+}
+
+CPython::~CPython()
+{
+    if (--s_instanceCount > 0 || !isLoaded())
+        return;
+    // Below a run it would pull the interpreter away under its own feet.
+    if (!s_startedElsewhere && !isRunning() && py.Py_IsInitialized())
+        shutDown();
+    // The library stays in the process: one of its threads may still be on the way out.
+    s_library = nullptr;
+}
+
+bool CPython::loadLibrary()
+{
+    Platform::Library library = m_platform.loadedPython();
+    if (!library)
+        library = m_platform.loadDefaultPython();
+    if (!library || !py.resolve(m_platform, library))
+        return false;
+    s_library = library;
+    s_platform = &m_platform;
+    return true;
+}
+
+void CPython::initialize(const std::wstring &programName, const char *)
+{
+    if (!isLoaded() && !loadLibrary())
+        return;
+    std::sscanf(py.Py_GetVersion(), "%15s", s_versionString);
+    if (s_initialisingThread != std::thread::id())
+        return;
+    s_initialisingThread = std::this_thread::get_id();
+    s_processId = s_platform->processId();
+    if (py.Py_IsInitialized()) {
+        s_startedElsewhere = true;
+        const GilGuard lock;
+        interpreterAttached();
+        return;
+    }
+    prepareProcess();
+    // The interpreter keeps the pointer.
+    static std::wstring name;
+    name = programName;
+    py.Py_SetProgramName(name.data());
+    registerModules();
+    py.Py_InitializeEx(0);
+    py.PyEval_InitThreads();
+    // sys.executable would be this program or nothing, and a generator that starts it gets another
+    // window. Byte code would litter the generators' folders, and hide edits.
+    std::ignore = runPrivately("import os, sys\n"
+                               "sys.argv = ['']\n"
+                               "sys.dont_write_bytecode = True\n"
+                               "sys.executable = os.path.join(sys.base_prefix, 'bin',\n"
+                               "    'python%d.%d' % sys.version_info[:2])\n"
+                               "if not os.path.isfile(sys.executable):\n"
+                               "    sys.executable = ''\n");
+    interpreterStarted();
+    py.PyEval_SaveThread();
+}
+
+/// Keeps the process's environment from ending the program, or from taking its terminal.
+void CPython::prepareProcess()
+{
+    s_platform->ignoreBrokenPipes();
+    // help() would start a pager on the terminal that the program was started from.
+    s_platform->setEnvironmentVariable("TERM", "dumb");
+    s_platform->setEnvironmentVariable("PAGER", std::nullopt);
+    s_platform->setEnvironmentVariable("MANPAGER", std::nullopt);
+
+    // A home without this version's standard library ends the process inside the interpreter.
+    const std::optional<std::string> home = s_platform->environmentVariable("PYTHONHOME");
+    if (!home)
+        return;
+    const std::string prefix = home->substr(0, home->find(':'));
+    const std::string version(s_versionString);
+    const std::string library =
+        "/python" + version.substr(0, version.find('.', version.find('.') + 1)) + "/os.py";
+    if (prefix.empty()
+        || (!s_platform->fileExists(prefix + "/lib" + library)
+            && !s_platform->fileExists(prefix + "/lib64" + library))) {
+        s_platform->setEnvironmentVariable("PYTHONHOME", std::nullopt);
+    }
+}
+
+void CPython::shutDown()
+{
+    // Not a GilGuard: the interpreter takes the lock with it, or the lock is kept for good.
+    py.PyGILState_Ensure();
+    py.PyErr_Clear();
+    s_stopRequested = true;
+    const bool ended = endThreads();
+    s_stopRequested = false;
+    // With threads that don't end, the interpreter stays as it is. They can't run Python code any
+    // more, since this thread holds the lock until the process ends.
+    if (ended)
+        py.Py_Finalize();
+    else
+        std::ignore = runPrivately("import atexit\natexit._run_exitfuncs()\n");
+    // One that was forked off on the way.
+    if (isForkedChild())
+        s_platform->endProcess(0);
+}
+
+bool CPython::isForkedChild()
+{
+    return s_platform->processId() != s_processId;
+}
+
+void CPython::registerModules() { }
+
+void CPython::interpreterStarted()
+{
+    runString("import sys\n");
+}
+
+void CPython::interpreterAttached()
+{
+    runString("import sys\n");
+}
+
+bool CPython::continueRunning()
+{
+    return true;
+}
+
+int CPython::runCode(const char *code, const char *fileName)
+{
+    return execute(code, fileName);
+}
+
+int CPython::runString(const char *code, const char *fileName, int startMode)
+{
+    return run(code, fileName, startMode == 0 ? fileInput : startMode) ? 0 : -1;
+}
+
+int CPython::execute(const char *code, const char *fileName)
+{
+    if (!isLoaded())
+        return -2;
+    const Run scope;
+    return scope.isPossible() ? runString(code, fileName) : -1;
+}
+
+int CPython::runStatement(const char *line)
+{
+    if (!isLoaded())
+        return -2;
+    const Run scope;
+    return scope.isPossible() ? runString(line, "<console>", singleInput) : -1;
+}
+
+std::string CPython::evaluate(const char *expression, const char *fileName)
+{
+    if (!isLoaded())
+        return {};
+    const Run scope;
+    if (!scope.isPossible())
+        return {};
+    PyRef value = run(expression, fileName, evalInput);
+    if (!value)
+        return {};
+    if (!isText(value.get()))
+        value = PyRef(py.PyObject_Str(value.get()));
+    const PyRef bytes(value ? py.PyUnicode_AsUTF8String(value.get()) : nullptr);
+    char *text = nullptr;
+    Py_ssize_t size = 0;
+    if (!bytes || py.PyBytes_AsStringAndSize(bytes.get(), &text, &size) != 0) {
+        printError();
+        return {};
+    }
+    return {text, static_cast<std::size_t>(size)};
+}
+
+int CPython::addSysPath(const char *directory)
+{
+    if (!isLoaded())
+        return -1;
+    if (!directory || !*directory)
+        return 0;
+    const Run scope;
+    if (!scope.isPossible())
+        return -1;
+
+    PyObject *const mainModule = py.PyImport_AddModule("__main__");
+    const PyRef sys = PyRef::share(
+        mainModule ? py.PyDict_GetItemString(py.PyModule_GetDict(mainModule), "sys") : nullptr);
+    const PyRef path(sys ? py.PyObject_GetAttrString(sys.get(), "path") : nullptr);
+    const bool isList =
+        path && (py.PyType_GetFlags(Py_TYPE(path.get())) & Py_TPFLAGS_LIST_SUBCLASS) != 0;
+    const PyRef wanted(isList ? py.PyUnicode_FromString(directory) : nullptr);
+    if (!wanted) {
+        py.PyErr_Clear();
+        return -1;
+    }
+    // The size is read anew each time: comparing may run a script's own code.
+    for (Py_ssize_t i = 0; i < py.PyList_Size(path.get()); ++i) {
+        const PyRef item = PyRef::share(py.PyList_GetItem(path.get(), i));
+        const int equal = py.PyObject_RichCompareBool(item.get(), wanted.get(), Py_EQ);
+        if (equal == 1)
+            return 0;
+        if (equal < 0)
+            py.PyErr_Clear();
+    }
+    if (std::strpbrk(directory, "'\n\r")) {
+        reportError("The folder cannot be put on sys.path, because its name holds a quote or a "
+                    "line break: "
+                    + std::string(directory));
+        return -1;
+    }
+    // Backslashes start escapes inside the literal.
+    std::string statement;
+    for (const char character : "sys.path.insert(0, '" + std::string(directory) + "')\n") {
+        if (character == '\\')
+            statement += '\\';
+        statement += character;
+    }
+    return runString(statement.c_str());
+}
+
+bool CPython::importOrReload(const char *moduleName)
+{
+    if (!moduleName || !*moduleName || !isLoaded())
+        return false;
+    const Run scope;
+    if (!scope.isPossible())
+        return false;
+
+    const PyRef name(py.PyUnicode_FromString(moduleName));
+    if (!name) {
+        printError();
+        return false;
+    }
+    dropByteCode(moduleName);
+    if (PyObject *const loaded = py.PyDict_GetItem(py.PyImport_GetModuleDict(), name.get())) {
+        const PyRef module = PyRef::share(loaded);
+        const PyRef reloaded(py.PyImport_ReloadModule(module.get()));
+        if (!reloaded)
+            printError();
+        return static_cast<bool>(reloaded);
+    }
+    const PyRef imported(py.PyImport_Import(name.get()));
+    if (!imported || !py.PyImport_AddModuleObject(name.get())) {
+        printError();
+        return false;
+    }
+    if (isModuleName(moduleName))
+        runString(("import " + std::string(moduleName) + "\n").c_str());
+    else
+        reportError("The module cannot be named in Python, because its name is no identifier: "
+                    + std::string(moduleName));
+    return true;
+}
+
+void CPython::reportError(const std::string &message)
+{
+    if (!isLoaded())
+        return;
+    const Run scope;
+    if (!scope.isPossible())
+        return;
+    py.PyErr_SetString(*py.ValueError, message.c_str());
+    printError();
+}
