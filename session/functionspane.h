@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QVariantList>
+#include <QWidget>
+
+#include <memory>
+
+namespace Ui {
+class FunctionsPane;
+}
+
+/// The register-setting functions of a generation result as read-only text.
+class FunctionsPane : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit FunctionsPane(QWidget *parent = nullptr);
+    ~FunctionsPane() override;
+
+    /// Replaces the whole text; the cursor is at its end and the view at its beginning afterwards.
+    void setFunctions(const QString &name, const QVariantList &functions);
+    void clear();
+
+protected:
+    void showEvent(QShowEvent *event) override;
+
+private:
+    void scrollToBeginning();
+    [[nodiscard]] bool updateLines(const QString &text);
+
+    const std::unique_ptr<Ui::FunctionsPane> m_ui;
+};
