@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QMdiArea>
+
+/// The tabbed area of the modes. A tab that was added before the main window was shown is the current
+/// one when the window is activated; the toolkit would leave it inactive until the next one is added.
+class ModeArea final : public QMdiArea
+{
+    Q_OBJECT
+
+public:
+    explicit ModeArea(QWidget *parent = nullptr);
+
+protected:
+    bool event(QEvent *event) override;
+
+private:
+    void activateEarlySubWindow();
+};

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#include "app/tarnwick.h"
+
+#include "app/deferreddeletion.h"
+#include "app/modearea.h"
+#include "python/pythonmodule.h"
+#include "session/sessionwindow.h"
+#include "ui_tarnwick.h"
+
+#include <QCloseEvent>
+#include <QMdiSubWindow>
+#include <QMessageBox>
+#include <QSignalMapper>
+
+Tarnwick::Tarnwick(Platform &platform, QWidget *parent)
+    : QMainWindow(parent)
+    , m_platform(platform)
+    , m_ui(std::make_unique<Ui::Tarnwick>())
+{
+    m_ui->setupUi(this);
+    m_ui->menuCamera->setEnabled(false);
+    buildModeArea();
+    ensurePython();
+    connect(m_modeMapper, &QSignalMapper::mappedWidget, this, [this](QWidget *subWindow) {
+        m_mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow *>(subWindow));
+    });
+}
+
+Tarnwick::~Tarnwick()
+{
+    closeAllSessions();
+    // The mode windows are children from here on, and must not report to half a main window.
+    for (SessionWindow *const window : findChildren<SessionWindow *>())
+        window->disconnect(this);
+}
+
+void Tarnwick::buildModeArea()
+{
+    m_mdiArea = new ModeArea(this);
+    setCentralWidget(m_mdiArea);
+    m_modeMapper = new QSignalMapper(this);
+    m_deferredDeletion = new DeferredDeletion(this);
+}
+
+void Tarnwick::ensurePython()
+{
+    if (m_python)
+        return;
+    m_python = std::make_unique<PythonModule>(m_platform);
+    m_python->initialize(QCoreApplication::applicationName().toStdWString());
+    if (!PythonModule::isLoaded())
+        warn(tr("Tarnwick Requires Python!"),
+             tr("Tarnwick requires Python.\n"
+                "Please exit Tarnwick and install Python per Pallowin Quick Start Guide."));
+}
+
+void Tarnwick::warn(const QString &title, const QString &text)
+{
+    QMessageBox::warning(this, title, text, QMessageBox::Ok);
+}
+
+void Tarnwick::closeEvent(QCloseEvent *event)
+{
+    if (unsavedChangesCancelled()) {
+        event->ignore();
+        return;
+    }
+    event->accept();
+    // Nobody could see or end a script that prints on behind a closed window.
+    if (PythonModule::isRunning())
+        PythonModule::requestStop();
+}
+
+void Tarnwick::on_actionExit_triggered()
+{
+    close();
+}
+
+void Tarnwick::on_actionAbout_triggered() { }
+
+void Tarnwick::on_actionUserGuide_triggered() { }
+
+void Tarnwick::on_actionIni_File_triggered() { }
+
+void Tarnwick::on_actionJson_triggered() { }
+
+void Tarnwick::on_actionOpen_triggered() { }
+
+void Tarnwick::on_actionPython_Console_triggered() { }
+
+void Tarnwick::on_actionPython_Editor_triggered() { }
+
+void Tarnwick::on_actionSave_triggered() { }
+
+void Tarnwick::on_actionSave_As_triggered() { }
+
+void Tarnwick::on_actionShared_Settings_triggered() { }

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "python/platform.h"
+
+#include <QMainWindow>
+#include <QVector>
+
+#include <memory>
+
+class DeferredDeletion;
+class PythonModule;
+class QMdiArea;
+class QMdiSubWindow;
+class QSignalMapper;
+class Session;
+class SessionWindow;
+namespace Ui {
+class Tarnwick;
+}
+
+/// The program's window. It owns the interpreter, the open session and a tab per mode; each entry
+/// of the menus is a slot here.
+class Tarnwick : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    /// Starts the interpreter of \a platform, and warns when there is none.
+    explicit Tarnwick(Platform &platform = Platform::native(), QWidget *parent = nullptr);
+    ~Tarnwick() override;
+
+    /// Lets the user pick a part number at \a location, a generator file or folder, and opens a
+    /// session. False when the user cancelled.
+    [[nodiscard]] bool startSession(const QString &location);
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
+private Q_SLOTS:
+    void on_actionAbout_triggered();
+    void on_actionUserGuide_triggered();
+    void on_actionClone_Mode_triggered();
+    void on_actionExit_triggered();
+    void on_actionIni_File_triggered();
+    void on_actionJson_triggered();
+    void on_actionNew_triggered();
+    void on_actionNew_Mode_triggered();
+    void on_actionOpen_triggered();
+    void on_actionPython_Console_triggered();
+    void on_actionPython_Editor_triggered();
+    void on_actionSave_triggered();
+    void on_actionSave_As_triggered();
+    void on_actionShared_Settings_triggered();
+
+private:
+    void buildModeArea();
+    void ensurePython();
+    void warn(const QString &title, const QString &text);
+
+    void openSession(const QString &modulePath, const QString &partNumber, const QVariant &values);
+    void addModeWindow(const QVariant &values);
+    void showModeWindow(SessionWindow *window);
+    void closeAllSessions();
+    [[nodiscard]] SessionWindow *activeSessionWindow() const;
+    [[nodiscard]] bool unsavedChangesCancelled();
+    void updateModeTitle(QMdiSubWindow *subWindow);
+    void updateModesMenu();
+    void modeWindowDestroyed();
+    void modeRegenerated(SessionWindow *sessionWin);
+
+    // Destroyed before the child widgets: the interpreter goes before the panels that it prints to.
+    Platform &m_platform;
+    const std::unique_ptr<Ui::Tarnwick> m_ui;
+    QMdiArea *m_mdiArea = nullptr;
+    /// The mode entries at the end of the Modes menu; those not needed are hidden.
+    QVector<QAction *> m_modeActions;
+    QSignalMapper *m_modeMapper = nullptr;
+    DeferredDeletion *m_deferredDeletion = nullptr;
+    std::unique_ptr<PythonModule> m_python;
+    std::shared_ptr<Session> m_session;
+    QString m_sessionFileName;
+    /// The session's parameter lists differ from what was saved last.
+    bool m_modified = false;
+    /// Counts the sessions opened and closed, so that one whose generator is still being loaded when
+    /// another takes its place is dropped.
+    int m_sessionChanges = 0;
+};

@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: MIT
+//
+// The main window's session and its modes.
+
+#include "app/tarnwick.h"
+
+#include "app/deferreddeletion.h"
+#include "app/newsessiondlg.h"
+#include "app/rememberedlocations.h"
+#include "params/parameterspane.h"
+#include "python/pythonmodule.h"
+#include "session/generationresult.h"
+#include "session/session.h"
+#include "session/sessionwindow.h"
+#include "ui_tarnwick.h"
+
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMessageBox>
+#include <QSignalMapper>
+
+static const QString generatorLocationsKey = QStringLiteral("pyLocations");
+
+bool Tarnwick::startSession(const QString &location)
+{
+    NewSessionDlg dialog(location);
+    if (dialog.exec() == QDialog::Rejected)
+        return false;
+    openSession(dialog.moduleFile(), dialog.partNumber(), QVariant());
+    return true;
+}
+
+void Tarnwick::on_actionNew_triggered()
+{
+    if (!PythonModule::isLoaded() || unsavedChangesCancelled())
+        return;
+    QStringList locations = rememberedLocations(generatorLocationsKey, librariesDirectory());
+    NewSessionDlg dialog(locations.first(), this);
+    if (dialog.exec() == QDialog::Rejected)
+        return;
+    rememberLocation(locations, dialog.location(), generatorLocationsKey);
+    if (dialog.moduleFile().isEmpty())
+        return;
+    closeAllSessions();
+    openSession(dialog.moduleFile(), dialog.partNumber(), QVariant());
+    m_modified = false;
+}
+
+void Tarnwick::on_actionNew_Mode_triggered()
+{
+    if (m_session)
+        addModeWindow(QVariant());
+    else
+        on_actionNew_triggered();
+}
+
+void Tarnwick::on_actionClone_Mode_triggered()
+{
+    if (!m_session) {
+        on_actionNew_triggered();
+        return;
+    }
+    const SessionWindow *const active = activeSessionWindow();
+    addModeWindow(active ? QVariant(active->parametersPane()->values()) : QVariant());
+}
+
+void Tarnwick::openSession(const QString &modulePath,
+                           const QString &partNumber,
+                           const QVariant &values)
+{
+    if (!m_session) {
+        ensurePython();
+        if (!PythonModule::isLoaded())
+            return;
+        const int change = ++m_sessionChanges;
+        const auto session = std::make_shared<Session>(modulePath, partNumber);
+        if (change != m_sessionChanges)
+            return;
+        m_session = session;
+        setWindowTitle(tr("Tarnwick ") + m_session->partNumber());
+    }
+    addModeWindow(values);
+}
+
+void Tarnwick::addModeWindow(const QVariant &values)
+{
+    const std::shared_ptr<Session> session = m_session;
+    if (!session)
+        return;
+    auto window = std::make_unique<SessionWindow>(session);
+    if (values.type() == QVariant::Map)
+        window->parametersPane()->setValues(values.toMap());
+    if (session == m_session)
+        window->regenerate();
+    // A mode whose session was replaced while its generator printed does not join the new one.
+    if (session == m_session)
+        showModeWindow(window.release());
+}
+
+void Tarnwick::showModeWindow(SessionWindow *window)
+{
+    QMdiSubWindow *const subWindow = m_mdiArea->addSubWindow(
+        window,
+        Qt::CustomizeWindowHint | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint);
+    m_deferredDeletion->watch(subWindow);
+    subWindow->setWindowState(Qt::WindowMaximized);
+    updateModeTitle(subWindow);
+    subWindow->show();
+    connect(window, &QObject::destroyed, this, &Tarnwick::modeWindowDestroyed);
+    connect(window, &SessionWindow::regenerated, this, &Tarnwick::modeRegenerated);
+    connect(window->parametersPane(), &ParametersPane::parameterChanged, this, [this] {
+        m_modified = true;
+    });
+    updateModesMenu();
+    m_modified = true;
+}
+
+SessionWindow *Tarnwick::activeSessionWindow() const
+{
+    const QMdiSubWindow *const current = m_mdiArea->currentSubWindow();
+    return current ? qobject_cast<SessionWindow *>(current->widget()) : nullptr;
+}
+
+void Tarnwick::closeAllSessions()
+{
+    ++m_sessionChanges;
+    const QList<QMdiSubWindow *> subWindows = m_mdiArea->subWindowList();
+    for (QMdiSubWindow *const subWindow : subWindows) {
+        m_mdiArea->removeSubWindow(subWindow);
+        // Without the area nobody would own it until it is deleted.
+        subWindow->setParent(this);
+        subWindow->deleteLater();
+    }
+    m_session.reset();
+}
+
+bool Tarnwick::unsavedChangesCancelled()
+{
+    if (!m_session || !m_modified)
+        return false;
+    const QString question = tr("Unsaved changes in the session parameter list(s) will be lost. "
+                                "Do you want to proceeed?");
+    return QMessageBox::warning(this,
+                                tr("Tarnwick - Unsaved Changes"),
+                                question,
+                                QMessageBox::Ok | QMessageBox::Cancel)
+        != QMessageBox::Ok;
+}
+
+void Tarnwick::updateModeTitle(QMdiSubWindow *subWindow)
+{
+    const auto *const window =
+        subWindow ? qobject_cast<SessionWindow *>(subWindow->widget()) : nullptr;
+    if (!window)
+        return;
+    const QVariantMap results = window->results();
+    subWindow->setWindowTitle(results.contains(generationresult::name)
+                                  ? results.value(generationresult::name).toString()
+                                  : tr("Untitled Mode"));
+}
+
+void Tarnwick::updateModesMenu()
+{
+    const QList<QMdiSubWindow *> subWindows =
+        m_session ? m_mdiArea->subWindowList() : QList<QMdiSubWindow *>();
+    while (m_modeActions.size() < subWindows.size()) {
+        auto *const action = new QAction(this);
+        m_modeActions.append(action);
+        m_ui->menuModes->addAction(action);
+        connect(action, &QAction::triggered, m_modeMapper, qOverload<>(&QSignalMapper::map));
+    }
+    for (int i = 0; i < m_modeActions.size(); ++i) {
+        QAction *const action = m_modeActions.at(i);
+        action->setVisible(i < subWindows.size());
+        if (i >= subWindows.size())
+            continue;
+        m_modeMapper->removeMappings(action);
+        m_modeMapper->setMapping(action, subWindows.at(i));
+        action->setText(subWindows.at(i)->windowTitle());
+    }
+}
+
+void Tarnwick::modeWindowDestroyed()
+{
+    if (m_mdiArea->subWindowList().isEmpty()) {
+        ++m_sessionChanges;
+        m_session.reset();
+        m_sessionFileName.clear();
+    }
+    updateModesMenu();
+    m_modified = true;
+}
+
+void Tarnwick::modeRegenerated(SessionWindow *sessionWin)
+{
+    const QList<QMdiSubWindow *> subWindows = m_mdiArea->subWindowList();
+    for (QMdiSubWindow *const subWindow : subWindows) {
+        if (subWindow->widget() == sessionWin) {
+            updateModeTitle(subWindow);
+            break;
+        }
+    }
+    updateModesMenu();
+}
