@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#include "app/identity.h"
+#include "app/tarnwick.h"
+#include "support/generatorfolder.h"
+#include "support/modaldriver.h"
+#include "support/testmain.h"
+
+#include <QMdiArea>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QtTest>
+
+/// A machine on which no Python library is installed.
+class BareMachine : public Platform
+{
+public:
+    Library loadedPython() override { return nullptr; }
+    Library loadDefaultPython() override { return nullptr; }
+    void *findExport(Library, const char *) override { return nullptr; }
+    bool fileExists(const std::string &) override { return false; }
+    std::optional<std::string> environmentVariable(const char *) override { return std::nullopt; }
+    void setEnvironmentVariable(const char *, const std::optional<std::string> &) override { }
+    void useUtf8Locale() override { }
+    void ignoreBrokenPipes() override { }
+    long processId() override { return 1; }
+    void writeToDescriptor(int, const char *, std::size_t) override { }
+    void endProcess(int status) override { std::exit(status); }
+};
+
+class tst_NoPython : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void warnsOnceAndEveryMenuWorks();
+};
+
+void tst_NoPython::warnsOnceAndEveryMenuWorks()
+{
+    applyIdentity();
+    BareMachine machine;
+    ModalDriver driver;
+    int warnings = 0;
+    driver.expect([&](QDialog *dialog) {
+        const auto *const box = qobject_cast<QMessageBox *>(dialog);
+        QVERIFY(box);
+        QCOMPARE(box->windowTitle(), QString("Tarnwick Requires Python!"));
+        QCOMPARE(box->text(),
+                 QString("Tarnwick requires Python.\nPlease exit Tarnwick and install "
+                         "Python per Pallowin Quick Start Guide."));
+        QCOMPARE(box->standardButtons(), QMessageBox::StandardButtons(QMessageBox::Ok));
+        ++warnings;
+        dialog->accept();
+    });
+    Tarnwick window(machine);
+    QCOMPARE(warnings, 1);
+    QVERIFY(!window.isVisible());
+    window.show();
+
+    // Dialogs of the file commands are cancelled by the driver.
+    for (QAction *const action : window.findChildren<QAction *>()) {
+        if (action->objectName().startsWith("action") && action->objectName() != "actionExit"
+            && action->objectName() != "actionUserGuide" && action->isEnabled())
+            action->trigger();
+    }
+    QCOMPARE(warnings, 1);
+    QVERIFY(window.findChild<QMdiArea *>()->subWindowList().isEmpty());
+
+    const GeneratorFolder folder;
+    folder.write("settings_a.py", GeneratorFolder::source());
+    driver.expect([](QDialog *dialog) { dialog->accept(); });
+    QVERIFY(window.startSession(folder.path()));
+    QVERIFY(window.findChild<QMdiArea *>()->subWindowList().isEmpty());
+    QCOMPARE(window.windowTitle(), QString("Tarnwick"));
+    QVERIFY(window.close());
+}
+
+TARNWICK_TEST_MAIN(tst_NoPython)
+#include "tst_nopython.moc"

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QFile>
+#include <QTemporaryDir>
+
+/// A folder for generator modules that goes away with it.
+class GeneratorFolder
+{
+public:
+    /// Writes a file and gives its path.
+    QString write(const QString &fileName, const QByteArray &source) const
+    {
+        QFile file(path(fileName));
+        if (!file.open(QIODevice::WriteOnly) || file.write(source) != source.size())
+            qFatal("cannot write %s", qPrintable(file.fileName()));
+        return file.fileName();
+    }
+    QString path(const QString &fileName = QString()) const { return m_folder.filePath(fileName); }
+
+    /// A module whose Settings has the part numbers P1 and P2, the parameters gain (0 to 15, ticked,
+    /// 1) and mode (fast or slow, unticked), and a result with all keys. \a body is put in front of
+    /// generate's return and may change result.
+    static QByteArray source(const QByteArray &body = "pass")
+    {
+        return R"(
+class Settings:
+    part_numbers = ['P1', 'P2']
+
+    def parameter_list(self, part):
+        return {
+            'gain': {'range': [0, 15], 'default': 1},
+            'mode': {'enum': {'fast': 'f', 'slow': 's'}},
+        }
+
+    def generate(self, part, parameters):
+        gain = parameters.get('gain', {'value': 3})['value']
+        result = {
+            'name': '%s_gain%d' % (part, gain),
+            'functions': [{'name': 'setup', 'instructions': [['REG_WRITE', 'GAIN', gain]]}],
+            'notes': ['gain %d' % gain],
+            'errors': [],
+            'parameters': {'gain': {'value': gain}, 'mode': {'value': 's'}},
+        }
+        )" + body
+            + R"(
+        return result
+)";
+    }
+
+private:
+    QTemporaryDir m_folder;
+};
