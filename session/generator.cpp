@@ -3,6 +3,7 @@
 
 #include "python/cpython.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -13,47 +14,76 @@
 // What tracebacks show as the file of the program's own statements.
 static constexpr char sourceName[] = "Tarnwick";
 
-static bool refuse(const QString &message)
+static QString tr(const char *text)
 {
-    CPython::reportError(message.toStdString());
-    return false;
+    return QCoreApplication::translate("generator", text);
 }
 
 /// A module name goes into expressions as a name, so it has to be one.
-static bool isUsableModuleName(const QString &name)
+static QString moduleNameRefusal(const QString &name)
 {
     const auto isNameCharacter = [](QChar c) {
         return c == QLatin1Char('_') || c.isLetterOrNumber() || c.isMark() || c.isSurrogate();
     };
     if (!name.isEmpty() && !name.at(0).isDigit()
         && std::all_of(name.begin(), name.end(), isNameCharacter)) {
-        return true;
+        return QString();
     }
-    return refuse(QStringLiteral("The generator cannot be used, because its module name is no "
-                                 "Python identifier: %1")
-                      .arg(name));
+    return tr("The generator cannot be used, because its module name is no Python identifier: %1")
+        .arg(name);
+}
+
+static bool endsLiteral(QChar character)
+{
+    return character == QLatin1Char('\'') || character == QLatin1Char('\n')
+        || character == QLatin1Char('\r') || character.isNull();
 }
 
 /// A part number goes between two apostrophes, so nothing in it may end that literal.
-static bool isUsablePartNumber(const QString &partNumber)
+static QString partNumberRefusal(const QString &partNumber)
 {
-    const auto endsLiteral = [](QChar c) {
-        return c == QLatin1Char('\'') || c == QLatin1Char('\n') || c == QLatin1Char('\r')
-            || c.isNull();
-    };
     const auto lastOther = std::find_if(
         partNumber.rbegin(), partNumber.rend(), [](QChar c) { return c != QLatin1Char('\\'); });
     const bool escapesItsEnd = (lastOther - partNumber.rbegin()) % 2 != 0;
     if (!escapesItsEnd && std::none_of(partNumber.begin(), partNumber.end(), endsLiteral))
-        return true;
-    return refuse(QStringLiteral("The part number cannot be used, because it would end its Python "
-                                 "text literal: %1")
-                      .arg(partNumber));
+        return QString();
+    return tr("The part number cannot be used, because it would end its Python text literal: %1")
+        .arg(partNumber);
+}
+
+static void reportError(const QString &message)
+{
+    CPython::reportError(message.toStdString());
+}
+
+static bool isUsableModuleName(const QString &name)
+{
+    const QString refusal = moduleNameRefusal(name);
+    if (!refusal.isEmpty())
+        reportError(refusal);
+    return refusal.isEmpty();
 }
 
 static bool areUsable(const QString &moduleName, const QString &partNumber)
 {
-    return isUsableModuleName(moduleName) && isUsablePartNumber(partNumber);
+    if (!isUsableModuleName(moduleName))
+        return false;
+    const QString refusal = partNumberRefusal(partNumber);
+    if (!refusal.isEmpty())
+        reportError(refusal);
+    return refusal.isEmpty();
+}
+
+QString generator::refusal(const QString &path, const QString &partNumber)
+{
+    const QFileInfo file(path);
+    const QString folder = file.absolutePath();
+    if (std::any_of(folder.begin(), folder.end(), endsLiteral))
+        return tr("The generator cannot be imported, because its folder's name holds a quote or a "
+                  "line break: %1")
+            .arg(folder);
+    const QString refusal = moduleNameRefusal(file.baseName());
+    return refusal.isEmpty() ? partNumberRefusal(partNumber) : refusal;
 }
 
 static QString evaluateText(const QString &expression)
@@ -122,9 +152,10 @@ generator::generate(const QString &moduleName, const QString &partNumber, const 
     // Without the statement the generator sees the values of the generation before, as after any
     // other failure of it.
     if (json.contains("'''")) {
-        refuse(QStringLiteral("The parameter values cannot be passed on, because they would end "
-                              "their Python text literal: %1")
-                   .arg(QString::fromUtf8(json)));
+        reportError(
+            QStringLiteral("The parameter values cannot be passed on, because they would end "
+                           "their Python text literal: %1")
+                .arg(QString::fromUtf8(json)));
     } else {
         const QByteArray statement = "tarnwick_parameters=json.loads('''" + json + "''')\n";
         CPython::execute(statement.constData(), sourceName);

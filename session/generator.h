@@ -18,6 +18,10 @@ namespace generator {
 /// case-insensitive name order wins.
 [[nodiscard]] QMap<QString, QString> findPartNumbers(const QString &path);
 
+/// Why a generator file and a part number can't be used, as sentences for people: text in them would
+/// become code in a Python statement. Empty when they can.
+[[nodiscard]] QString refusal(const QString &path, const QString &partNumber);
+
 /// Imports the module at \a path, or reloads it from its source. False when there is no such file
 /// or it raised.
 bool importGenerator(const QString &path);
