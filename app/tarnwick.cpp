@@ -16,8 +16,10 @@ Tarnwick::Tarnwick(Platform &platform, QWidget *parent)
     : QMainWindow(parent)
     , m_platform(platform)
     , m_ui(std::make_unique<Ui::Tarnwick>())
+    , m_recentFiles(this, QStringLiteral("recentSessionList"))
 {
     m_ui->setupUi(this);
+    buildRecentFilesMenu();
     m_ui->menuCamera->setEnabled(false);
     buildModeArea();
     ensurePython();
@@ -56,7 +58,10 @@ void Tarnwick::ensurePython()
 
 void Tarnwick::warn(const QString &title, const QString &text)
 {
-    QMessageBox::warning(this, title, text, QMessageBox::Ok);
+    QMessageBox box(QMessageBox::Warning, title, text, QMessageBox::Ok, this);
+    // Paths may look like markup.
+    box.setTextFormat(Qt::PlainText);
+    box.exec();
 }
 
 void Tarnwick::closeEvent(QCloseEvent *event)
@@ -80,18 +85,6 @@ void Tarnwick::on_actionAbout_triggered() { }
 
 void Tarnwick::on_actionUserGuide_triggered() { }
 
-void Tarnwick::on_actionIni_File_triggered() { }
-
-void Tarnwick::on_actionJson_triggered() { }
-
-void Tarnwick::on_actionOpen_triggered() { }
-
 void Tarnwick::on_actionPython_Console_triggered() { }
 
 void Tarnwick::on_actionPython_Editor_triggered() { }
-
-void Tarnwick::on_actionSave_triggered() { }
-
-void Tarnwick::on_actionSave_As_triggered() { }
-
-void Tarnwick::on_actionShared_Settings_triggered() { }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "app/recentfilelist.h"
 #include "python/platform.h"
 
 #include <QMainWindow>
@@ -55,14 +56,26 @@ private Q_SLOTS:
 
 private:
     void buildModeArea();
+    void buildRecentFilesMenu();
     void ensurePython();
     void warn(const QString &title, const QString &text);
+
+    void openSessionFile(const QString &fileName);
+    [[nodiscard]] QString findGenerator(const QString &storedPath, const QString &moduleName);
+    void openModes(const QString &modulePath,
+                   const QString &partNumber,
+                   const QVariantList &allParameters);
+    [[nodiscard]] QStringList sessionLocations() const;
+    void warnOfSessionFile(const QString &text);
+    [[nodiscard]] QVariantList collectedResults() const;
 
     void openSession(const QString &modulePath, const QString &partNumber, const QVariant &values);
     void addModeWindow(const QVariant &values);
     void showModeWindow(SessionWindow *window);
     void closeAllSessions();
     [[nodiscard]] SessionWindow *activeSessionWindow() const;
+    /// In the order in which they were created, unless the user moved tabs.
+    [[nodiscard]] QVector<SessionWindow *> modeWindows() const;
     [[nodiscard]] bool unsavedChangesCancelled();
     void updateModeTitle(QMdiSubWindow *subWindow);
     void updateModesMenu();
@@ -79,7 +92,9 @@ private:
     DeferredDeletion *m_deferredDeletion = nullptr;
     std::unique_ptr<PythonModule> m_python;
     std::shared_ptr<Session> m_session;
+    /// The session's file; empty while it was neither saved nor opened from one.
     QString m_sessionFileName;
+    RecentFileList m_recentFiles;
     /// The session's parameter lists differ from what was saved last.
     bool m_modified = false;
     /// Counts the sessions opened and closed, so that one whose generator is still being loaded when

@@ -121,6 +121,17 @@ SessionWindow *Tarnwick::activeSessionWindow() const
     return current ? qobject_cast<SessionWindow *>(current->widget()) : nullptr;
 }
 
+QVector<SessionWindow *> Tarnwick::modeWindows() const
+{
+    QVector<SessionWindow *> windows;
+    const QList<QMdiSubWindow *> subWindows = m_mdiArea->subWindowList();
+    for (const QMdiSubWindow *const subWindow : subWindows) {
+        if (auto *const window = qobject_cast<SessionWindow *>(subWindow->widget()))
+            windows.append(window);
+    }
+    return windows;
+}
+
 void Tarnwick::closeAllSessions()
 {
     ++m_sessionChanges;

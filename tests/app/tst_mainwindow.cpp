@@ -136,7 +136,7 @@ void tst_MainWindow::menus()
         lines.append(menu->objectName() + " " + entry->text() + ": " + contents.join(", "));
     }
     const QStringList expected{
-        "menuSession Session: New Session..., Open Session..., Save Session, "
+        "menuSession Session: Recent Session Files, -, New Session..., Open Session..., Save Session, "
         "Save Session As..., -, Exit",
         "menuModes Modes: New Mode, Clone Current Mode, -",
         "menuExport Export: Shared Settings..., INI File..., JSON...",
