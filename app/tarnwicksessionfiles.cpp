@@ -119,13 +119,13 @@ void Tarnwick::openSessionFile(const QString &fileName)
 /// that the user points at. Empty when it is nowhere.
 QString Tarnwick::findGenerator(const QString &storedPath, const QString &moduleName)
 {
-    if (QFileInfo::exists(storedPath))
+    if (QFileInfo(storedPath).isFile())
         return storedPath;
     const QString moduleFile = moduleName + QLatin1String(".py");
     QStringList locations = rememberedLocations(generatorLocationsKey, librariesDirectory());
     for (const QString &location : qAsConst(locations)) {
         const QString path = location + QLatin1Char('/') + moduleFile;
-        if (QFileInfo::exists(path))
+        if (QFileInfo(path).isFile())
             return path;
     }
     warnOfSessionFile(tr("Couldn't find Python module\n\n%1").arg(storedPath));
@@ -138,7 +138,7 @@ QString Tarnwick::findGenerator(const QString &storedPath, const QString &module
         return QString();
     const QString path = folder + QLatin1Char('/') + moduleFile;
     rememberLocation(locations, path, generatorLocationsKey);
-    return QFileInfo::exists(path) ? path : QString();
+    return QFileInfo(path).isFile() ? path : QString();
 }
 
 /// Replaces the open session by one with a mode for each element of \a allParameters.

@@ -6,8 +6,8 @@
 
 # What the build, the tests and the virtual display use. Everything that a listed package needs comes
 # with it (python3-dev brings the interpreter's library).
-build_packages=(cmake ninja-build g++ qtbase5-dev python3-dev)
-display_packages=(xvfb xauth fonts-dejavu-core)
+build_packages=(cmake ninja-build g++ qtbase5-dev python3-dev fonts-dejavu-core)
+display_packages=(xvfb xauth)
 test_packages=(binutils python3-numpy)
 
 fail() {

@@ -288,7 +288,7 @@ void CPython::initialize(const std::wstring &programName, const char *)
 /// Keeps the process's environment from ending the program, or from taking its terminal.
 void CPython::prepareProcess()
 {
-    s_platform->ignoreBrokenPipes();
+    s_platform->ignoreWriteSignals();
     // help() would start a pager on the terminal that the program was started from.
     s_platform->setEnvironmentVariable("TERM", "dumb");
     s_platform->setEnvironmentVariable("PAGER", std::nullopt);

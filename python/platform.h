@@ -37,8 +37,9 @@ public:
     /// Gives a process without any locale one that stores text as UTF-8; call before the toolkit
     /// and the interpreter start. A locale that somebody chose stays.
     virtual void useUtf8Locale() = 0;
-    /// A write to a closed pipe becomes an error instead of the end of the process.
-    virtual void ignoreBrokenPipes() = 0;
+    /// A write to a closed pipe, or beyond the size that files may have, becomes an error instead of
+    /// the end of the process.
+    virtual void ignoreWriteSignals() = 0;
     [[nodiscard]] virtual long processId() = 0;
     /// Writes to the process's own standard output (1) or standard error (2), past all buffers.
     virtual void writeToDescriptor(int descriptor, const char *text, std::size_t size) = 0;

@@ -118,7 +118,11 @@ public:
         setenv("LC_CTYPE", "C.UTF-8", 1);
     }
 
-    void ignoreBrokenPipes() override { std::signal(SIGPIPE, SIG_IGN); }
+    void ignoreWriteSignals() override
+    {
+        std::signal(SIGPIPE, SIG_IGN);
+        std::signal(SIGXFSZ, SIG_IGN);
+    }
 
     long processId() override { return getpid(); }
 

@@ -22,7 +22,7 @@ public:
     std::optional<std::string> environmentVariable(const char *) override { return std::nullopt; }
     void setEnvironmentVariable(const char *, const std::optional<std::string> &) override { }
     void useUtf8Locale() override { }
-    void ignoreBrokenPipes() override { }
+    void ignoreWriteSignals() override { }
     long processId() override { return 1; }
     void writeToDescriptor(int, const char *, std::size_t) override { }
     void endProcess(int status) override { std::exit(status); }

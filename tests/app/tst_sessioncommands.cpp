@@ -232,12 +232,13 @@ void tst_SessionCommands::saveAsWithoutSessionDoesNothing()
          {"actionSave_As", "actionSave", "actionIni_File", "actionJson", "actionShared_Settings"})
         trigger(action);
     // A file name without a session: opening stopped half-way.
-    const QString file = m_folder->write("empty.txt", "{\"module_local_path\": \"/\"}");
+    const QByteArray text = "{\"module_local_path\": \"" + m_generator.toUtf8() + "\"}";
+    const QString file = m_folder->write("empty.txt", text);
     choose(file);
     expectWarning("Tarnwick - Session file", "No parameters in the session file.");
     trigger("actionOpen");
     trigger("actionSave");
-    QCOMPARE(read(file), QByteArray("{\"module_local_path\": \"/\"}"));
+    QCOMPARE(read(file), text);
 }
 
 void tst_SessionCommands::openingFails_data()
@@ -249,6 +250,8 @@ void tst_SessionCommands::openingFails_data()
     QTest::newRow("binary") << QByteArray("\0\xff\xfe\x01", 4) << nowhere;
     QTest::newRow("array") << QByteArray("[1]") << nowhere;
     QTest::newRow("200 levels deep") << QByteArray(200, '[') + QByteArray(200, ']') << nowhere;
+    QTest::newRow("a folder for a generator")
+        << QByteArray(R"({"all_parameters": [{}], "module_local_path": "/"})") << nowhere + "/";
     QTest::newRow("wrong types") << QByteArray(
         R"({"all_parameters": 1, "module_local_path": [], "module_name": {}})")
                                  << nowhere;

@@ -131,7 +131,7 @@ void tst_Interpreter::operations_data()
     row("value, NUL", "'a\\0b'", QString::fromUtf8("a\0b", 3));
     row("value, own str class", "type('S', (str,), {'__str__': lambda s: 'no'})('x')", "x");
     row("value, own program",
-        "sys.executable == '' or __import__('subprocess').check_output([sys.executable, '-c', "
+        "__import__('subprocess').check_output([sys.executable, '-c', "
         "'import sys; print(sys.version)']).decode().strip() == sys.version",
         "True");
     row("value, syntax error", "1+", "", "SyntaxError: ");
@@ -247,8 +247,6 @@ void tst_Interpreter::editedModule()
 void tst_Interpreter::staleByteCode()
 {
     const QString python = value("sys.executable");
-    if (python.isEmpty())
-        QSKIP("this Python library has no program beside it that could write byte code");
     QVERIFY(QDir(m_folder.path()).mkpath("other"));
     for (const char *file : {"m_stale.py", "other/m_stale.py"}) {
         QVERIFY(write(file, "x = 1"));
@@ -314,13 +312,15 @@ void tst_Interpreter::stopEndsAPrintingLoop()
         if (RecordingConsole::chunks.size() == 5)
             CPython::requestStop();
     };
-    QCOMPARE(CPython::execute("while True:\n"
+    QCOMPARE(CPython::execute("unseen = []\n"
+                              "sys.excepthook = lambda *error: unseen.append(error)\n"
+                              "while True:\n"
                               "    try: print(1)\n"
                               "    except Exception: pass\n"),
              -1);
     QCOMPARE(RecordingConsole::chunks.size(), 5);
     QCOMPARE(CPython::execute("input()"), -1);
-    QCOMPARE(value("1+1"), "2");
+    QCOMPARE(value("unseen"), "[]");
 }
 
 QTEST_GUILESS_MAIN(tst_Interpreter)

@@ -77,8 +77,10 @@ def work():
     atexit.register(print, 'bye')
 threading.Thread(target=work).start())";
     QTest::newRow("idle pool") << farewell << R"(
-import atexit, concurrent.futures
-atexit.register(print, 'bye')
+import concurrent.futures
+class Last:
+    def __del__(self): print('bye')
+last = Last()
 pool = concurrent.futures.ThreadPoolExecutor(2)
 pool.submit(len, ()).result())";
     for (const char *daemon : {"True", "False"})
