@@ -302,6 +302,19 @@ void ParametersPane::formatValue(const ParameterEntry &entry, const QVariant &va
         entry.valueLabel->setText(*text);
 }
 
+void ParametersPane::focusFirstRow()
+{
+    const QWidget *const contents = m_ui->contents;
+    for (QWidget *widget = contents->nextInFocusChain(); widget != contents;
+         widget = widget->nextInFocusChain()) {
+        if (contents->isAncestorOf(widget) && widget->isEnabled()
+            && (widget->focusPolicy() & Qt::TabFocus)) {
+            widget->setFocus();
+            return;
+        }
+    }
+}
+
 /// Takes the keyboard focus from the row widget that has it, and returns that one's object name.
 QString ParametersPane::takeFocus()
 {

@@ -46,6 +46,9 @@ public:
     /// parameters.
     void showUsedValues(const QVariantMap &usedValues);
 
+    /// Gives the keyboard to the first row that takes it.
+    void focusFirstRow();
+
 Q_SIGNALS:
     /// The user, or setValues() in a spin box, changed something; once for each change.
     void parameterChanged();

@@ -9,7 +9,6 @@
 #include "session/session.h"
 
 #include <QAbstractEventDispatcher>
-#include <QCheckBox>
 #include <QLayout>
 #include <QPlainTextEdit>
 #include <QPointer>
@@ -66,12 +65,13 @@ void SessionWindow::prepareFirstShow()
 {
     if (std::exchange(m_prepared, true))
         return;
-    if (auto *const firstRow = m_parametersPane->findChild<QCheckBox *>())
-        firstRow->setFocus();
+    m_parametersPane->focusFirstRow();
     const auto *const area = m_parametersPane->findChild<QScrollArea *>();
     const QMargins margins = m_parametersPane->layout()->contentsMargins();
+    // Values of other generations may be longer.
+    const int slack = fontMetrics().horizontalAdvance(QStringLiteral("000000"));
     const int formWidth = area->widget()->sizeHint().width()
-        + area->verticalScrollBar()->sizeHint().width() + margins.left() + margins.right();
+        + area->verticalScrollBar()->sizeHint().width() + margins.left() + margins.right() + slack;
     setSizes({formWidth, qMax(formWidth, width() - formWidth)});
 }
 

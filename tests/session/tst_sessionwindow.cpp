@@ -85,6 +85,8 @@ void tst_SessionWindow::layout()
     // Building generates nothing.
     QCOMPARE(window.results(), QVariantMap());
 
+    window.regenerate();
+    QCOMPARE(window.focusWidget()->objectName(), QString("gain_check"));
     window.resize(1000, 600);
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
