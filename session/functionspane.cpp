@@ -6,8 +6,49 @@
 
 #include <QFontDatabase>
 #include <QScrollBar>
-#include <QTextBlock>
+#include <QTextDocument>
 #include <QVector>
+
+#include <algorithm>
+#include <optional>
+#include <tuple>
+
+namespace {
+
+/// The end of a line, to be replaced by another.
+struct LineChange
+{
+    int start;
+    int end;
+    QString text;
+};
+
+} // namespace
+
+/// What makes \a text of the shown one, in which lines end in a paragraph separator. Nothing when
+/// more than \a most lines differ, or their number does.
+static std::optional<QVector<LineChange>> lineChanges(QString shown, const QString &text, int most)
+{
+    shown.replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
+    QVector<LineChange> changes;
+    auto [shownAt, textAt] =
+        std::mismatch(shown.cbegin(), shown.cend(), text.cbegin(), text.cend());
+    while (shownAt != shown.cend() || textAt != text.cend()) {
+        const auto shownEnd = std::find(shownAt, shown.cend(), QLatin1Char('\n'));
+        const auto textEnd = std::find(textAt, text.cend(), QLatin1Char('\n'));
+        const QString lineEnd(textAt, static_cast<int>(textEnd - textAt));
+        // A carriage return before the line feed would not be a line end of its own.
+        if (changes.size() == most || lineEnd.endsWith(QLatin1Char('\r'))
+            || (shownEnd == shown.cend()) != (textEnd == text.cend())) {
+            return std::nullopt;
+        }
+        changes.append({static_cast<int>(shownAt - shown.cbegin()),
+                        static_cast<int>(shownEnd - shown.cbegin()),
+                        lineEnd});
+        std::tie(shownAt, textAt) = std::mismatch(shownEnd, shown.cend(), textEnd, text.cend());
+    }
+    return changes;
+}
 
 FunctionsPane::FunctionsPane(QWidget *parent)
     : QWidget(parent)
@@ -59,27 +100,17 @@ void FunctionsPane::clear()
 /// with nothing changed, when the whole text had better be set.
 bool FunctionsPane::updateLines(const QString &text)
 {
-    const QString shown = m_ui->functions->document()->toRawText();
-    const QVector<QStringRef> oldLines = shown.splitRef(QChar::ParagraphSeparator);
-    const QVector<QStringRef> newLines = text.splitRef(QLatin1Char('\n'));
-    if (oldLines.size() != newLines.size())
+    QTextDocument *const document = m_ui->functions->document();
+    const auto changes = lineChanges(document->toRawText(), text, document->blockCount() / 50);
+    if (!changes)
         return false;
-
-    QVector<int> changed;
-    const int mostChanges = oldLines.size() / 50;
-    for (int i = 0; i < oldLines.size(); ++i) {
-        if (oldLines.at(i) == newLines.at(i))
-            continue;
-        if (changed.size() == mostChanges)
-            return false;
-        changed.append(i);
-    }
-    QTextCursor cursor(m_ui->functions->document());
+    QTextCursor cursor(document);
     cursor.beginEditBlock();
-    for (const int line : qAsConst(changed)) {
-        cursor.setPosition(m_ui->functions->document()->findBlockByNumber(line).position());
-        cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
-        cursor.insertText(newLines.at(line).toString());
+    // From the back, so that the positions of the others stay.
+    for (auto change = changes->crbegin(); change != changes->crend(); ++change) {
+        cursor.setPosition(change->start);
+        cursor.setPosition(change->end, QTextCursor::KeepAnchor);
+        cursor.insertText(change->text);
     }
     cursor.endEditBlock();
     return true;

@@ -3,17 +3,30 @@
 
 #include "session/generationresult.h"
 
+#include <algorithm>
+#include <charconv>
+#include <iterator>
+
 // Thousands of lines are made on every change of a parameter, so all of it is appended to one text
 // instead of being put together from pieces.
 
-static void appendHexadecimal(QString &text, quint32 value)
+/// Such as " = 0x000a (10)".
+static void appendValue(QString &text, quint32 value)
 {
-    constexpr char digits[] = "0123456789abcdef";
-    int count = 4;
-    while (count < 8 && (value >> (4 * count)) != 0)
-        ++count;
-    for (int i = count - 1; i >= 0; --i)
-        text += QLatin1Char(digits[(value >> (4 * i)) & 0xF]);
+    char piece[32];
+    char *end = std::copy_n(" = 0x", 5, piece);
+    int digits = 4;
+    while (digits < 8 && (value >> (4 * digits)) != 0)
+        ++digits;
+    while (--digits >= 0)
+        *end++ = "0123456789abcdef"[(value >> (4 * digits)) & 0xF];
+    // Up to 9 the two notations are the same.
+    if (value > 9) {
+        end = std::copy_n(" (", 2, end);
+        end = std::to_chars(end, std::end(piece), value).ptr;
+        *end++ = ')';
+    }
+    text += QLatin1String(piece, end);
 }
 
 static void appendIndentation(QString &text, int depth)
@@ -23,16 +36,8 @@ static void appendIndentation(QString &text, int depth)
 
 static void appendRegisterWrite(QString &text, const QVariantList &instruction)
 {
-    const quint32 value = generationresult::registerValue(instruction.at(2));
     text += instruction.at(1).toString();
-    text += QLatin1String(" = 0x");
-    appendHexadecimal(text, value);
-    // Up to 9 the two notations are the same.
-    if (value > 9) {
-        text += QLatin1String(" (");
-        text += QString::number(value);
-        text += QLatin1Char(')');
-    }
+    appendValue(text, generationresult::registerValue(instruction.at(2)));
     if (instruction.size() == 4) {
         text += QLatin1String("  # ");
         text += instruction.at(3).toString();
@@ -70,8 +75,6 @@ QString functionsText(const QString &name, const QVariantList &functions)
     for (const QVariant &element : functions) {
         const QVariantMap function = element.toMap();
         const QVariantList instructions = function.value(generationresult::instructions).toList();
-        constexpr int usualLineLength = 40;
-        text.reserve(text.size() + usualLineLength * (instructions.size() + 1));
         text += QLatin1Char('\n');
         text += function.value(generationresult::name).toString();
         text += QLatin1String(":\n");

@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: MIT
+//
+// Many modes in the main window: the time that they take to open, and their memory.
+
+#include "app/newsessiondlg.h"
+#include "app/tarnwick.h"
+#include "bench/report.h"
+#include "bench/subjects.h"
+#include "bench/workload.h"
+#include "session/functionstext.h"
+#include "session/session.h"
+#include "session/sessionwindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QFile>
+#include <QListWidget>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QPlainTextEdit>
+#include <QRegularExpression>
+#include <QSpinBox>
+#include <QSplitter>
+#include <QTimer>
+
+#include <numeric>
+
+namespace {
+
+/// The main window, driven as a user would.
+class ModesDriver
+{
+public:
+    ModesDriver()
+    {
+        m_window.show();
+        settle();
+    }
+
+    /// Opens a session with its first mode.
+    void openSession(const Workload &workload)
+    {
+        QTimer answering;
+        QObject::connect(&answering, &QTimer::timeout, [] {
+            QWidget *const modal = QApplication::activeModalWidget();
+            if (auto *const dialog = qobject_cast<NewSessionDlg *>(modal)) {
+                dialog->findChild<QListWidget *>(QStringLiteral("parts"))->setCurrentRow(0);
+                dialog->accept();
+            }
+        });
+        answering.start(5);
+        if (!m_window.startSession(workload.path()))
+            qFatal("the session was not opened");
+        settle();
+    }
+    void openMode()
+    {
+        m_window.findChild<QAction *>(QStringLiteral("actionNew_Mode"))->trigger();
+        settle();
+    }
+    void closeModes()
+    {
+        area()->closeAllSubWindows();
+        settle();
+    }
+    void changeCurrentMode()
+    {
+        const QWidget *const mode = area()->currentSubWindow()->widget();
+        auto *const spin = mode->findChild<QSpinBox *>(QStringLiteral("offset"));
+        spin->setValue(spin->value() + 1);
+        settle();
+    }
+
+private:
+    [[nodiscard]] QMdiArea *area() const { return m_window.findChild<QMdiArea *>(); }
+
+    Tarnwick m_window;
+};
+
+/// Plain widgets in place of a mode: a form, the registers, two more texts.
+class PlainModes
+{
+public:
+    explicit PlainModes(const Workload &workload)
+    {
+        const std::shared_ptr<Session> session = workload.session();
+        m_parameters = session->parameterList();
+        const QVariantMap result = session->generate({});
+        m_text = functionsText(QStringLiteral("bench"),
+                               result.value(QStringLiteral("functions")).toList());
+        auto *const area = new QMdiArea;
+        area->setViewMode(QMdiArea::TabbedView);
+        m_window.setCentralWidget(area);
+        m_window.resize(windowSize);
+        m_window.show();
+        settle();
+    }
+    void openMode()
+    {
+        auto *const mode = new QSplitter;
+        auto *const texts = new QSplitter(Qt::Vertical);
+        mode->addWidget(plainForm(m_parameters).release());
+        mode->addWidget(texts);
+        for (const QString &text : {QStringLiteral("notes"), m_text, QString()}) {
+            QPlainTextEdit *const area = plainTextArea().release();
+            texts->addWidget(area);
+            area->insertPlainText(text);
+        }
+        auto *const area = static_cast<QMdiArea *>(m_window.centralWidget());
+        area->addSubWindow(mode)->showMaximized();
+        settle();
+    }
+    void closeModes()
+    {
+        static_cast<QMdiArea *>(m_window.centralWidget())->closeAllSubWindows();
+        settle();
+    }
+
+private:
+    QMainWindow m_window;
+    QVariantMap m_parameters;
+    QString m_text;
+};
+
+/// Times of 50 modes opened one after another.
+struct Opening
+{
+    Samples one;
+    Samples ten;
+    Samples fifty;
+    Samples slowdown; // the last five against the first five
+
+    template <typename OpenMode> void measure(const OpenMode &openMode)
+    {
+        QVector<double> times;
+        for (int i = 0; i < 50; ++i)
+            times.append(milliseconds(openMode));
+        const auto sum = [&times](int from, int to) {
+            return std::accumulate(times.begin() + from, times.begin() + to, 0.0);
+        };
+        one.add(sum(0, 1));
+        ten.add(sum(0, 10));
+        fifty.add(sum(0, 50));
+        slowdown.add(sum(45, 50) / sum(0, 5));
+    }
+};
+
+} // namespace
+
+void benchModes()
+{
+    const Workload workload(60, 1000);
+    Opening modes;
+    Opening plain;
+    ModesDriver driver;
+    PlainModes plainModes(workload);
+    for (int round = 0; round < 5; ++round) {
+        driver.openSession(workload);
+        modes.measure([&driver] { driver.openMode(); });
+        driver.closeModes();
+        plainModes.openMode();
+        plain.measure([&plainModes] { plainModes.openMode(); });
+        plainModes.closeModes();
+    }
+    report::heading(QStringLiteral("Opening modes beside a first one, ") + workload.name());
+    report::times(QStringLiteral("1 mode"), modes.one);
+    report::times(QStringLiteral("10 modes"), modes.ten);
+    report::times(QStringLiteral("50 modes"), modes.fifty);
+    report::check(QStringLiteral("  last five against first five"), modes.slowdown.median(), 2);
+    report::times(QStringLiteral("50 plain splitters in a plain area"), plain.fifty);
+    report::value(QStringLiteral("  last five against first five"), plain.slowdown.median());
+}
+
+/// The memory that this process alone has written to, in MiB.
+static double writtenMemory()
+{
+    QFile file(QStringLiteral("/proc/self/smaps_rollup"));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("this system does not tell how much memory a process has written to");
+    const QRegularExpression line(QStringLiteral("Private_Dirty:\\s+(\\d+) kB"));
+    return line.match(QString::fromLatin1(file.readAll())).captured(1).toDouble() / 1024;
+}
+
+static void benchMemory(int instructions, double most)
+{
+    const Workload workload(60, instructions);
+    ModesDriver driver;
+    driver.openSession(workload);
+    constexpr int count = 10;
+    const double before = writtenMemory();
+    for (int i = 0; i < count; ++i)
+        driver.openMode();
+    const double opened = writtenMemory();
+    driver.changeCurrentMode();
+    const double changedOnce = writtenMemory();
+    for (int i = 0; i < 200; ++i)
+        driver.changeCurrentMode();
+    const double changed = writtenMemory();
+
+    const QString unit = QStringLiteral("MiB");
+    report::heading(QStringLiteral("Memory written, ") + workload.name());
+    report::check(QStringLiteral("per mode"), (opened - before) / count, most, unit);
+    report::value(QStringLiteral("the whole program with %1 modes").arg(count + 1), opened, unit);
+    // From then on there is room for the old and the new result.
+    report::value(QStringLiteral("added by a first change"), changedOnce - opened, unit);
+    report::check(QStringLiteral("added by 200 more, per cent of all"),
+                  100 * (changed - changedOnce) / opened,
+                  2);
+}
+
+void benchMemory1000()
+{
+    benchMemory(1000, 2.1);
+}
+
+void benchMemory10000()
+{
+    benchMemory(10000, 14.5);
+}
