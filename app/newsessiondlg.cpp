@@ -43,10 +43,11 @@ void NewSessionDlg::setLocation(const QString &location)
 {
     const int listing = ++m_listings;
     m_ui->location->setText(location);
+    // At once: a generator that prints lets the user pick while the others are still being read.
+    m_ui->parts->clear();
     const QMap<QString, QString> parts = generator::findPartNumbers(location);
     if (listing != m_listings)
         return;
-    m_ui->parts->clear();
     for (auto part = parts.begin(); part != parts.end(); ++part) {
         auto *const item = new QListWidgetItem(part.key(), m_ui->parts);
         item->setData(Qt::UserRole, part.value());

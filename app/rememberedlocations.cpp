@@ -23,6 +23,11 @@ void rememberLocation(QStringList &list, const QString &item, const QString &key
     QSettings().setValue(key, list);
 }
 
+QString settingsFile(const QString &partNumber, const char *suffix)
+{
+    return QLatin1String("./settings_files/") + partNumber + QLatin1String(suffix);
+}
+
 QString librariesDirectory()
 {
     const QString beside =

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/sessionfile.h"
 
-#include "session/modeswriter.h"
+#include "session/indentedjson.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -11,6 +11,7 @@
 #include <QMdiSubWindow>
 #include <QMessageBox>
 #include <QSignalMapper>
+#include <QTabBar>
 
 Tarnwick::Tarnwick(Platform &platform, QWidget *parent)
     : QMainWindow(parent)
@@ -40,6 +41,8 @@ void Tarnwick::buildModeArea()
 {
     m_mdiArea = new ModeArea(this);
     setCentralWidget(m_mdiArea);
+    connect(
+        m_mdiArea->findChild<QTabBar *>(), &QTabBar::tabMoved, this, &Tarnwick::updateModesMenu);
     m_modeMapper = new QSignalMapper(this);
     m_deferredDeletion = new DeferredDeletion(this);
 }

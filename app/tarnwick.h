@@ -67,6 +67,7 @@ private:
                    const QVariantList &allParameters);
     [[nodiscard]] QStringList sessionLocations() const;
     void warnOfSessionFile(const QString &text);
+    [[nodiscard]] bool canBeSaved() const;
     [[nodiscard]] QVariantList collectedResults() const;
 
     void openSession(const QString &modulePath, const QString &partNumber, const QVariant &values);
@@ -79,6 +80,7 @@ private:
     [[nodiscard]] bool unsavedChangesCancelled();
     void updateModeTitle(QMdiSubWindow *subWindow);
     void updateModesMenu();
+    void markModified();
     void modeWindowDestroyed();
     void modeRegenerated(SessionWindow *sessionWin);
 
@@ -97,6 +99,11 @@ private:
     RecentFileList m_recentFiles;
     /// The session's parameter lists differ from what was saved last.
     bool m_modified = false;
+    /// Counts the changes, so that those which the user makes while a session is being opened are
+    /// told from those that opening it makes.
+    int m_modifications = 0;
+    /// Session files that are being opened; more than one when the user opens another meanwhile.
+    int m_openings = 0;
     /// Counts the sessions opened and closed, so that one whose generator is still being loaded when
     /// another takes its place is dropped.
     int m_sessionChanges = 0;

@@ -6,17 +6,13 @@
 
 #include "app/rememberedlocations.h"
 #include "files/textfile.h"
+#include "session/indentedjson.h"
 #include "session/modeswriter.h"
 #include "session/session.h"
 #include "session/sessionwindow.h"
 
 #include <QFileDialog>
 #include <QFileInfo>
-
-static QString defaultExportFile(const QString &partNumber, const char *suffix)
-{
-    return QLatin1String("./settings_files/") + partNumber + QLatin1String(suffix);
-}
 
 /// Remembers the folder of a chosen file.
 static void rememberFolder(QStringList &locations, const QString &file, const QString &key)
@@ -43,11 +39,11 @@ QVariantList Tarnwick::collectedResults() const
 
 void Tarnwick::on_actionIni_File_triggered()
 {
-    if (!m_session)
+    if (!canBeSaved())
         return;
     const QString key = QStringLiteral("iniLocations");
     QStringList locations =
-        rememberedLocations(key, defaultExportFile(m_session->partNumber(), "_modes.ini"));
+        rememberedLocations(key, settingsFile(m_session->partNumber(), "_modes.ini"));
     const QString file =
         QFileDialog::getSaveFileName(this,
                                      tr("Select a Sensor INI file"),
@@ -62,11 +58,11 @@ void Tarnwick::on_actionIni_File_triggered()
 
 void Tarnwick::on_actionJson_triggered()
 {
-    if (!m_session)
+    if (!canBeSaved())
         return;
     const QString key = QStringLiteral("jsonLocations");
     QStringList locations =
-        rememberedLocations(key, defaultExportFile(m_session->partNumber(), "_results.txt"));
+        rememberedLocations(key, settingsFile(m_session->partNumber(), "_results.txt"));
     const QString file =
         QFileDialog::getSaveFileName(this,
                                      tr("Select a JSON data text file"),
@@ -82,7 +78,7 @@ void Tarnwick::on_actionJson_triggered()
 
 void Tarnwick::on_actionShared_Settings_triggered()
 {
-    if (!m_session)
+    if (!canBeSaved())
         return;
     const QString key = QStringLiteral("shsLocations");
     QStringList locations = rememberedLocations(key, librariesDirectory());

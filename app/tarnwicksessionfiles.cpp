@@ -20,22 +20,25 @@
 #include <QMdiSubWindow>
 
 static const QString sessionLocationsKey = QStringLiteral("sessionLocations");
-static const QString generatorLocationsKey = QStringLiteral("pyLocations");
 
 namespace {
 
-/// Shows the wait cursor while it lives, and paints \a area once at the end instead of once per mode.
+/// Shows the wait cursor while it lives, paints \a area once at the end instead of once per mode, and
+/// counts in \a openings.
 class Waiting final
 {
 public:
-    explicit Waiting(QWidget *area)
+    Waiting(QWidget *area, int *openings)
         : m_area(area)
+        , m_openings(openings)
     {
         QApplication::setOverrideCursor(Qt::WaitCursor);
         m_area->setUpdatesEnabled(false);
+        ++*m_openings;
     }
     ~Waiting()
     {
+        --*m_openings;
         m_area->setUpdatesEnabled(true);
         QApplication::restoreOverrideCursor();
     }
@@ -44,6 +47,7 @@ public:
 
 private:
     QWidget *const m_area;
+    int *const m_openings;
 };
 
 } // namespace
@@ -58,9 +62,7 @@ void Tarnwick::buildRecentFilesMenu()
 QStringList Tarnwick::sessionLocations() const
 {
     const QString partNumber = m_session ? m_session->partNumber() : QString();
-    return rememberedLocations(sessionLocationsKey,
-                               QLatin1String("./settings_files/") + partNumber
-                                   + QLatin1String("_modes_def.txt"));
+    return rememberedLocations(sessionLocationsKey, settingsFile(partNumber, "_modes_def.txt"));
 }
 
 static QString sessionFileFilter()
@@ -146,17 +148,27 @@ void Tarnwick::openModes(const QString &modulePath,
                          const QString &partNumber,
                          const QVariantList &allParameters)
 {
-    const Waiting waiting(m_mdiArea);
+    const Waiting waiting(m_mdiArea, &m_openings);
     closeAllSessions();
     // Opening the session counts as one change; any other means that a generator's output let an
     // event through which replaced the session or closed it.
     const int change = m_sessionChanges + 1;
+    const int modifications = m_modifications;
     for (const QVariant &parameters : allParameters) {
         openSession(modulePath, partNumber, parameters);
         if (m_sessionChanges != change)
             return;
     }
-    m_modified = false;
+    // Each mode counts as one.
+    if (m_modifications <= modifications + allParameters.size())
+        m_modified = false;
+}
+
+/// False while the modes are not all there: none before the first is built and after the last was
+/// closed, some while a session file is being opened. What is there would replace what the file has.
+bool Tarnwick::canBeSaved() const
+{
+    return m_session && m_openings == 0 && !m_mdiArea->subWindowList().isEmpty();
 }
 
 void Tarnwick::on_actionSave_triggered()
@@ -165,7 +177,7 @@ void Tarnwick::on_actionSave_triggered()
         on_actionSave_As_triggered();
         return;
     }
-    if (!m_session)
+    if (!canBeSaved())
         return;
     SessionDescription description;
     description.modulePath = m_session->modulePath();
@@ -181,7 +193,7 @@ void Tarnwick::on_actionSave_triggered()
 
 void Tarnwick::on_actionSave_As_triggered()
 {
-    if (!m_session)
+    if (!canBeSaved())
         return;
     QStringList locations = sessionLocations();
     const QString file =

@@ -19,8 +19,6 @@
 #include <QMessageBox>
 #include <QSignalMapper>
 
-static const QString generatorLocationsKey = QStringLiteral("pyLocations");
-
 bool Tarnwick::startSession(const QString &location)
 {
     NewSessionDlg dialog(location);
@@ -42,8 +40,11 @@ void Tarnwick::on_actionNew_triggered()
     if (dialog.moduleFile().isEmpty())
         return;
     closeAllSessions();
+    const int modifications = m_modifications;
     openSession(dialog.moduleFile(), dialog.partNumber(), QVariant());
-    m_modified = false;
+    // The new mode counts as one.
+    if (m_modifications <= modifications + 1)
+        m_modified = false;
 }
 
 void Tarnwick::on_actionNew_Mode_triggered()
@@ -108,11 +109,10 @@ void Tarnwick::showModeWindow(SessionWindow *window)
     subWindow->show();
     connect(window, &QObject::destroyed, this, &Tarnwick::modeWindowDestroyed);
     connect(window, &SessionWindow::regenerated, this, &Tarnwick::modeRegenerated);
-    connect(window->parametersPane(), &ParametersPane::parameterChanged, this, [this] {
-        m_modified = true;
-    });
+    connect(
+        window->parametersPane(), &ParametersPane::parameterChanged, this, &Tarnwick::markModified);
     updateModesMenu();
-    m_modified = true;
+    markModified();
 }
 
 SessionWindow *Tarnwick::activeSessionWindow() const
@@ -191,6 +191,12 @@ void Tarnwick::updateModesMenu()
     }
 }
 
+void Tarnwick::markModified()
+{
+    m_modified = true;
+    ++m_modifications;
+}
+
 void Tarnwick::modeWindowDestroyed()
 {
     if (m_mdiArea->subWindowList().isEmpty()) {
@@ -199,7 +205,7 @@ void Tarnwick::modeWindowDestroyed()
         m_sessionFileName.clear();
     }
     updateModesMenu();
-    m_modified = true;
+    markModified();
 }
 
 void Tarnwick::modeRegenerated(SessionWindow *sessionWin)

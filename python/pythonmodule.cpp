@@ -137,12 +137,22 @@ PyObject *consoleWrite(PyObject *self, PyObject *arguments)
     return shared(py.None);
 }
 
-/// The first \a size bytes of a line, or fewer where that would cut a character in two.
+/// The first \a size bytes of a line. No character is cut in two: fewer bytes then, but the first
+/// character whole, as no text at all would mean the end of input.
 std::string firstBytes(const std::string &line, std::size_t size)
 {
-    while (size > 0 && (static_cast<unsigned char>(line[size]) & 0xC0) == 0x80)
-        --size;
-    return line.substr(0, size);
+    const auto continues = [&](std::size_t at) {
+        return at < line.size() && (static_cast<unsigned char>(line[at]) & 0xC0) == 0x80;
+    };
+    std::size_t end = size;
+    while (end > 0 && continues(end))
+        --end;
+    if (end == 0 && size > 0) {
+        end = size;
+        while (continues(end))
+            ++end;
+    }
+    return line.substr(0, end);
 }
 
 PyObject *consoleReadline(PyObject *self, PyObject *arguments)
