@@ -22,6 +22,8 @@ private Q_SLOTS:
     void wholeText();
     void paneShowsEveryTextAlike_data();
     void paneShowsEveryTextAlike();
+    void paneShowsOddLinesAlike_data();
+    void paneShowsOddLinesAlike();
 };
 
 static QVariantList list(const QByteArray &json)
@@ -154,6 +156,47 @@ void tst_FunctionsText::paneShowsEveryTextAlike()
     QVERIFY(!view->textCursor().hasSelection());
     QCOMPARE(view->verticalScrollBar()->value(), 0);
     QVERIFY(!view->document()->isUndoAvailable());
+}
+
+static QVariantList commentedFunction(const QString &comment, const QString &otherComment)
+{
+    QVariantList instructions;
+    for (int i = 0; i < 200; ++i)
+        instructions.append(QVariant(QVariantList{"COMMENT", QString::number(i)}));
+    instructions[50] = QVariantList{"COMMENT", comment};
+    instructions[150] = QVariantList{"COMMENT", otherComment};
+    return {QVariantMap{{"name", "f"}, {"instructions", instructions}}};
+}
+
+void tst_FunctionsText::paneShowsOddLinesAlike_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("after");
+    QTest::newRow("carriage return inside") << "one"
+                                            << "o\rne";
+    QTest::newRow("carriage return at the end") << "one"
+                                                << "one\r";
+    QTest::newRow("paragraph separator inside") << "one" << QString("o%1ne").arg(QChar(0x2029));
+    QTest::newRow("longer") << "one"
+                            << "one two";
+    QTest::newRow("empty") << "one"
+                           << "";
+    QTest::newRow("half of a surrogate pair")
+        << QString::fromUtf8("\U0001F600") + "x" << QString::fromUtf8("\U0001F601") + "x";
+}
+
+// The same with comments that hold more than plain text.
+void tst_FunctionsText::paneShowsOddLinesAlike()
+{
+    QFETCH(const QString, before);
+    QFETCH(const QString, after);
+    FunctionsPane pane;
+    pane.setFunctions("M", commentedFunction(before, "one"));
+    pane.setFunctions("M", commentedFunction(after, "two"));
+    FunctionsPane fresh;
+    fresh.setFunctions("M", commentedFunction(after, "two"));
+    QCOMPARE(pane.findChild<QPlainTextEdit *>("functions")->toPlainText(),
+             fresh.findChild<QPlainTextEdit *>("functions")->toPlainText());
 }
 
 TARNWICK_TEST_MAIN(tst_FunctionsText)

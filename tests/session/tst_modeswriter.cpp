@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "session/indentedjson.h"
 #include "session/modeswriter.h"
 
 #include <QFile>
@@ -57,7 +58,7 @@ void tst_ModesWriter::texts()
     const ModesWriter writer(resultsIn(input + ".json"));
     const QVector<QPair<QString, QByteArray>> texts{
         {input + ".ini", writer.iniText()},
-        {input + ".py", writer.initializerPython()},
+        {input + ".py.txt", writer.initializerPython()},
         {input + "_calls.ini", writer.initializerIni()},
     };
     for (const auto &[fileName, text] : texts) {
