@@ -11,6 +11,9 @@ ModeArea::ModeArea(QWidget *parent)
     setViewMode(QMdiArea::TabbedView);
     setTabsClosable(true);
     setTabsMovable(true);
+    // Every mode is maximised by itself. By default each activation restores the mode shown before and
+    // maximises the next, which takes longer the more modes there are.
+    setOption(QMdiArea::DontMaximizeSubWindowOnActivation);
     setAccessibleName(tr("Modes"));
 }
 
