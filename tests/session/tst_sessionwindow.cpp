@@ -219,7 +219,7 @@ void tst_SessionWindow::manyPrintedLines()
                                 "        import threading, time\n"
                                 "        def talk():\n"
                                 "            while True: print('still here'); time.sleep(0.001)\n"
-                                "        threading.Thread(target=talk, daemon=True).start()")));
+                                "        threading.Thread(target=talk).start()")));
     window.regenerate();
     QVERIFY(ConsoleDouble::output.contains("99999\n"));
     QCOMPARE(text(window, "notes"), QString("gain 1"));
