@@ -42,6 +42,7 @@ private Q_SLOTS:
     void openingFails();
     void generatorIsFoundAgain_data();
     void generatorIsFoundAgain();
+    void strangeValuesAreFitted();
     void brokenGeneratorOpensEmptyModes();
     void failedSave_data();
     void failedSave();
@@ -313,6 +314,16 @@ void tst_SessionCommands::generatorIsFoundAgain()
     trigger("actionOpen");
     QCOMPARE(titles(), (QStringList{"P1_gain4", "P1_gain3"}));
     QCOMPARE(QSettings().value("pyLocations").toStringList().contains(m_generator), !remembered);
+}
+
+void tst_SessionCommands::strangeValuesAreFitted()
+{
+    openFile(sessionFile(R"([{"gain": {"value": 400}, "gone": {"value": 1}},
+                             {"gain": {"value": "7"}, "mode": {"value": "unknown"}},
+                             {"gain": 7}])",
+                         m_generator,
+                         "P1"));
+    QCOMPARE(titles(), (QStringList{"P1_gain15", "P1_gain7", "P1_gain3"}));
 }
 
 void tst_SessionCommands::brokenGeneratorOpensEmptyModes()
