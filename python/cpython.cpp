@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "python/cpython.h"
 
+#include "python/executionwatchdog.h"
 #include "python/pyref.h"
+#include "python/virtualenvironment.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +19,7 @@ long CPython::s_processId = 0;
 char CPython::s_versionString[16] = "";
 int CPython::s_runDepth = 0;
 std::atomic<bool> CPython::s_stopRequested{false};
+std::atomic<int> CPython::s_executionTimeLimit{0};
 
 namespace {
 
@@ -222,6 +225,7 @@ private:
 
 CPython::CPython(Platform &platform)
     : m_platform(platform)
+    , m_locator(platform)
 {
     ++s_instanceCount;
 }
@@ -237,21 +241,20 @@ CPython::~CPython()
     s_library = nullptr;
 }
 
-bool CPython::loadLibrary()
+bool CPython::loadLibrary(const char *environmentDirectory)
 {
-    Platform::Library library = m_platform.loadedPython();
-    if (!library)
-        library = m_platform.loadDefaultPython();
-    if (!library || !py.resolve(m_platform, library))
+    if (!m_locator.locate(environmentDirectory ? environmentDirectory : "")
+        || !py.resolve(m_platform, m_locator.library())) {
         return false;
-    s_library = library;
+    }
+    s_library = m_locator.library();
     s_platform = &m_platform;
     return true;
 }
 
-void CPython::initialize(const std::wstring &programName, const char *)
+void CPython::initialize(const std::wstring &programName, const char *environmentDirectory)
 {
-    if (!isLoaded() && !loadLibrary())
+    if (!isLoaded() && !loadLibrary(environmentDirectory))
         return;
     std::sscanf(py.Py_GetVersion(), "%15s", s_versionString);
     if (s_initialisingThread != std::thread::id())
@@ -281,6 +284,7 @@ void CPython::initialize(const std::wstring &programName, const char *)
                                "    'python%d.%d' % sys.version_info[:2])\n"
                                "if not os.path.isfile(sys.executable):\n"
                                "    sys.executable = ''\n");
+    enterEnvironment();
     interpreterStarted();
     py.PyEval_SaveThread();
 }
@@ -294,19 +298,27 @@ void CPython::prepareProcess()
     s_platform->setEnvironmentVariable("PAGER", std::nullopt);
     s_platform->setEnvironmentVariable("MANPAGER", std::nullopt);
 
-    // A home without this version's standard library ends the process inside the interpreter.
+    // A home without this version's standard library ends the process inside the interpreter, and
+    // so does an empty one in the oldest versions.
     const std::optional<std::string> home = s_platform->environmentVariable("PYTHONHOME");
-    if (!home)
-        return;
-    const std::string prefix = home->substr(0, home->find(':'));
-    const std::string version(s_versionString);
-    const std::string library =
-        "/python" + version.substr(0, version.find('.', version.find('.') + 1)) + "/os.py";
-    if (prefix.empty()
-        || (!s_platform->fileExists(prefix + "/lib" + library)
-            && !s_platform->fileExists(prefix + "/lib64" + library))) {
+    const int minor = PythonLocator::minorVersion(s_versionString);
+    if (home && (home->empty() || !PythonLocator::isHomeUsable(*s_platform, minor)))
         s_platform->setEnvironmentVariable("PYTHONHOME", std::nullopt);
-    }
+}
+
+/// Moves the new interpreter into the virtual environment whose base its library belongs to.
+void CPython::enterEnvironment() const
+{
+    if (m_locator.environmentDirectory().empty() || m_locator.homeDirectory().empty())
+        return;
+    const VirtualEnvironment environment{m_locator.environmentDirectory(),
+                                         m_locator.homeDirectory(),
+                                         m_locator.includeSystemSitePackages(),
+                                         PythonLocator::minorVersion(s_versionString)};
+    for (const std::string &statement : environment.statements(*s_platform))
+        runString(statement.c_str());
+    for (const std::string &script : environment.scripts(*s_platform))
+        runString(script.c_str());
 }
 
 void CPython::shutDown()
@@ -352,7 +364,17 @@ bool CPython::continueRunning()
 
 int CPython::runCode(const char *code, const char *fileName)
 {
-    return execute(code, fileName);
+    if (s_executionTimeLimit <= 0 || std::this_thread::get_id() != s_initialisingThread)
+        return execute(code, fileName);
+    if (!isLoaded())
+        return -2;
+    // Outlives the lock, which its thread may be waiting for.
+    ExecutionWatchdog watchdog([] { return s_executionTimeLimit.load(); },
+                               [this] { return continueRunning(); });
+    const Run scope;
+    const int status = scope.isPossible() ? runString(code, fileName) : -1;
+    watchdog.finish();
+    return status;
 }
 
 int CPython::runString(const char *code, const char *fileName, int startMode)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "python/platform.h"
+#include "python/pythonlocator.h"
 
 #include <atomic>
 #include <string>
@@ -25,16 +26,21 @@ public:
     CPython(const CPython &) = delete;
     CPython &operator=(const CPython &) = delete;
 
-    /// Loads the library and starts the interpreter, or attaches to one that runs already. Success
-    /// is read from isLoaded().
+    /// Finds and loads the library and starts the interpreter, or attaches to one that runs already.
+    /// Success is read from isLoaded(). \a environmentDirectory is a virtual environment to start
+    /// in; null for none.
     void initialize(const std::wstring &programName, const char *environmentDirectory = nullptr);
 
-    /// Runs code in __main__. 0 on success, -1 on a Python error or null code, -2 without a library.
+    /// Runs code in __main__ under the execution time limit. 0 on success, -1 on a Python error or
+    /// null code, -2 without a library.
     virtual int runCode(const char *code, const char *fileName);
 
     [[nodiscard]] static bool isLoaded() { return s_library != nullptr; }
     /// Such as "3.11.2"; empty before a library was loaded. At most 15 characters.
     [[nodiscard]] static const char *versionString() { return s_versionString; }
+
+    /// How long runCode() may take before continueRunning() is asked, in seconds; 0 is for ever.
+    static void setExecutionTimeLimit(int seconds) { s_executionTimeLimit = seconds; }
 
     /// Runs \a code in __main__ for a caller that holds the interpreter lock. \a startMode 0 means
     /// file input. 0 on success, -1 on failure.
@@ -74,7 +80,8 @@ protected:
     virtual void interpreterStarted();
     /// Called instead of the two above when somebody else had started the interpreter.
     virtual void interpreterAttached();
-    /// Asked when a run reaches the execution time limit; true lets it go on.
+    /// Asked on another thread when runCode() reaches the execution time limit; true lets it go on,
+    /// false ends it with a KeyboardInterrupt.
     virtual bool continueRunning();
 
     /// True in a process that a script forked off. Such a child owns no window and no display.
@@ -84,9 +91,9 @@ protected:
 private:
     class Run;
 
-    [[nodiscard]] bool loadLibrary();
+    [[nodiscard]] bool loadLibrary(const char *environmentDirectory);
     static void prepareProcess();
-    static void startInterpreter(const std::wstring &programName);
+    void enterEnvironment() const;
     static void shutDown();
 
     // The interpreter is one per process, and so is what is known about it.
@@ -99,6 +106,8 @@ private:
     static char s_versionString[16];
     static int s_runDepth;
     static std::atomic<bool> s_stopRequested;
+    static std::atomic<int> s_executionTimeLimit;
 
     Platform &m_platform;
+    PythonLocator m_locator;
 };

@@ -4,30 +4,71 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 /// What the interpreter's host needs of the operating system. One implementation per platform is
-/// compiled in; tests hand in machines that don't exist here. All strings are UTF-8.
+/// compiled in; tests hand in machines that don't exist here. All strings are UTF-8,
+/// paths as the system gives them.
 class Platform
 {
 public:
     /// A loaded library; null for none.
     using Library = void *;
+    /// The roots of the registry.
+    enum class Hive { LocalMachine, CurrentUser };
 
     virtual ~Platform() = default;
 
     /// The machine that this program runs on.
     [[nodiscard]] static Platform &native();
 
-    /// A Python 3 library that is in this process already (preloaded, or linked by the host), or
-    /// null. Its symbols are made visible to extension modules.
-    [[nodiscard]] virtual Library loadedPython() = 0;
-    /// Loads the library of the machine's default Python 3, or gives null. The library stays in
-    /// the process for good: threads of the interpreter may outlive everything else.
-    [[nodiscard]] virtual Library loadDefaultPython() = 0;
+    /// What separates the folders of a path.
+    [[nodiscard]] virtual char separator() = 0;
+
+    /// What the file names of Python 3 libraries begin with, in lower case.
+    [[nodiscard]] virtual std::string pythonLibraryPrefix() = 0;
+    /// The paths of the libraries in this process, in the system's order.
+    [[nodiscard]] virtual std::vector<std::string> loadedModules() = 0;
+    /// One of loadedModules(). Its symbols become visible to extension modules.
+    [[nodiscard]] virtual Library openLoadedModule(const std::string &path) = 0;
+    /// The main program when it contains an interpreter, or null.
+    [[nodiscard]] virtual Library programWithPython() = 0;
+
+    /// The paths at which a Python library may lie that belongs to \a directory, in the order in which
+    /// they are to be tried. With an \a environment, only those of its version.
+    [[nodiscard]] virtual std::vector<std::string>
+    pythonLibraries(const std::string &directory, const std::string &environment) = 0;
+    /// Loads a library by its full path, or gives null.
+    [[nodiscard]] virtual Library loadLibrary(const std::string &path) = 0;
+    /// Makes a loaded library's symbols visible to extension modules, and keeps it in the process for
+    /// good: threads of the interpreter may outlive everything else.
+    virtual void keepLibrary(const std::string &path) = 0;
+    virtual void unloadLibrary(Library library) = 0;
     /// The address of an exported name, or null.
     [[nodiscard]] virtual void *findExport(Library library, const char *name) = 0;
 
-    [[nodiscard]] virtual bool fileExists(const std::string &path) = 0;
+    /// The unnamed text of a registry key; none when the key cannot be opened.
+    [[nodiscard]] virtual std::optional<std::string> registeredText(Hive hive,
+                                                                    const std::string &key) = 0;
+    /// The folders with a library of Python 3.\a minor, where the platform has no registry.
+    [[nodiscard]] virtual std::vector<std::string> installedDirectories(int minor) = 0;
+    /// Whether a value of PYTHONHOME leads to the standard library of Python 3.\a minor.
+    [[nodiscard]] virtual bool holdsStandardLibrary(const std::string &home, int minor) = 0;
+
+    /// The folder of an environment's interpreter, and the interpreter in it.
+    [[nodiscard]] virtual std::string scriptsDirectory(const std::string &environment) = 0;
+    [[nodiscard]] virtual std::string interpreter(const std::string &environment) = 0;
+    /// The prefix of an installation, from the folder that an environment's configuration names.
+    [[nodiscard]] virtual std::string installationPrefix(const std::string &home) = 0;
+    /// The folders of the packages that were added to the Python 3.\a minor of a prefix. At least one.
+    [[nodiscard]] virtual std::vector<std::string> packageDirectories(const std::string &prefix,
+                                                                      int minor) = 0;
+
+    [[nodiscard]] virtual bool isDirectory(const std::string &path) = 0;
+    /// A file's text with line feeds at the ends of lines; none when it cannot be opened.
+    [[nodiscard]] virtual std::optional<std::string> readTextFile(const std::string &path) = 0;
+    [[nodiscard]] virtual std::string currentDirectory() = 0;
+    virtual void setCurrentDirectory(const std::string &path) = 0;
     /// A variable's value; none when it is not set, which differs from one that is set and empty.
     [[nodiscard]] virtual std::optional<std::string> environmentVariable(const char *name) = 0;
     /// Sets a variable, or removes it when there is no value.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "python/platform.h"
 
+#include "python/installations_linux.h"
+
 #include <dlfcn.h>
 #include <link.h>
 #include <sys/stat.h>
@@ -10,88 +12,124 @@
 #include <climits>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <tuple>
 #include <vector>
 
 namespace {
 
-constexpr int lowestMinorVersion = 4;
-constexpr int highestMinorVersion = 29;
-
 // Extension modules don't name the interpreter's library: they expect its symbols in the process.
 // NODELETE because a thread of the interpreter may run on after everybody let go of the library.
-constexpr int loadFlags = RTLD_NOW | RTLD_GLOBAL | RTLD_NODELETE;
+constexpr int keepFlags = RTLD_NOW | RTLD_GLOBAL | RTLD_NODELETE | RTLD_NOLOAD;
 
-const char *baseName(const char *path)
+int collectModule(dl_phdr_info *info, std::size_t, void *paths)
 {
-    const char *const slash = std::strrchr(path, '/');
-    return slash ? slash + 1 : path;
-}
-
-int collectPythonLibrary(dl_phdr_info *info, std::size_t, void *paths)
-{
-    constexpr char prefix[] = "libpython3";
-    if (std::strncmp(baseName(info->dlpi_name), prefix, sizeof prefix - 1) == 0)
-        static_cast<std::vector<std::string> *>(paths)->emplace_back(info->dlpi_name);
+    static_cast<std::vector<std::string> *>(paths)->emplace_back(info->dlpi_name);
     return 0;
-}
-
-Platform::Library loadMinorVersion(int minor)
-{
-    // Up to 3.7 the regular build carries the letter of its memory allocator.
-    const std::string name = "libpython3." + std::to_string(minor) + (minor <= 7 ? "m" : "");
-    return dlopen((name + ".so.1.0").c_str(), loadFlags);
-}
-
-/// The N of python3.N that the link /usr/bin/python3 names, or -1.
-int defaultMinorVersion()
-{
-    char target[PATH_MAX];
-    const ssize_t length = readlink("/usr/bin/python3", target, sizeof target - 1);
-    if (length < 0)
-        return -1;
-    target[length] = '\0';
-    constexpr char prefix[] = "python3.";
-    const char *const name = baseName(target);
-    if (std::strncmp(name, prefix, sizeof prefix - 1) != 0)
-        return -1;
-    return std::atoi(name + sizeof prefix - 1);
 }
 
 class LinuxPlatform final : public Platform
 {
 public:
-    Library loadedPython() override
+    char separator() override { return '/'; }
+
+    std::string pythonLibraryPrefix() override { return "libpython3"; }
+
+    std::vector<std::string> loadedModules() override
     {
         std::vector<std::string> paths;
-        dl_iterate_phdr(collectPythonLibrary, &paths);
-        for (const std::string &path : paths) {
-            if (Library library = dlopen(path.c_str(), loadFlags | RTLD_NOLOAD))
-                return library;
-        }
-        // A host program may contain the interpreter itself.
+        dl_iterate_phdr(collectModule, &paths);
+        return paths;
+    }
+
+    Library openLoadedModule(const std::string &path) override
+    {
+        return dlopen(path.c_str(), keepFlags);
+    }
+
+    Library programWithPython() override
+    {
         return dlsym(RTLD_DEFAULT, "Py_IsInitialized") ? dlopen(nullptr, RTLD_NOW) : nullptr;
     }
 
-    Library loadDefaultPython() override
+    std::vector<std::string> pythonLibraries(const std::string &directory,
+                                             const std::string &environment) override
     {
-        if (const int minor = defaultMinorVersion(); minor >= lowestMinorVersion) {
-            if (Library library = loadMinorVersion(minor))
-                return library;
-        }
-        for (int minor = highestMinorVersion; minor >= lowestMinorVersion; --minor) {
-            if (Library library = loadMinorVersion(minor))
-                return library;
-        }
-        return nullptr;
+        return installations::libraries(directory, environment);
     }
+
+    // Local at first: what is not kept must not answer the calls of the next one.
+    Library loadLibrary(const std::string &path) override
+    {
+        return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    }
+
+    void keepLibrary(const std::string &path) override { dlopen(path.c_str(), keepFlags); }
+
+    void unloadLibrary(Library library) override { dlclose(library); }
 
     void *findExport(Library library, const char *name) override { return dlsym(library, name); }
 
-    bool fileExists(const std::string &path) override
+    std::optional<std::string> registeredText(Hive, const std::string &) override
+    {
+        return std::nullopt;
+    }
+
+    std::vector<std::string> installedDirectories(int minor) override
+    {
+        return installations::directories(minor);
+    }
+
+    bool holdsStandardLibrary(const std::string &home, int minor) override
+    {
+        return installations::holdsStandardLibrary(home.substr(0, home.find(':')), minor);
+    }
+
+    std::string scriptsDirectory(const std::string &environment) override
+    {
+        return environment + "/bin";
+    }
+
+    std::string interpreter(const std::string &environment) override
+    {
+        return environment + "/bin/python";
+    }
+
+    std::string installationPrefix(const std::string &home) override
+    {
+        return installations::prefix(home);
+    }
+
+    std::vector<std::string> packageDirectories(const std::string &prefix, int minor) override
+    {
+        return installations::packageDirectories(prefix, minor);
+    }
+
+    bool isDirectory(const std::string &path) override
     {
         struct stat status;
-        return stat(path.c_str(), &status) == 0;
+        return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    }
+
+    std::optional<std::string> readTextFile(const std::string &path) override
+    {
+        std::ifstream file(path);
+        if (!file)
+            return std::nullopt;
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    }
+
+    std::string currentDirectory() override
+    {
+        char path[PATH_MAX];
+        return getcwd(path, sizeof path) ? path : std::string();
+    }
+
+    // Libraries are found without it here, so a folder that cannot be entered does no harm.
+    void setCurrentDirectory(const std::string &path) override
+    {
+        std::ignore = chdir(path.c_str());
     }
 
     std::optional<std::string> environmentVariable(const char *name) override

@@ -47,6 +47,8 @@
     X(PySys_GetObject)                                                                             \
     X(PySys_SetObject)                                                                             \
     X(PySys_WriteStderr)                                                                           \
+    X(PyThreadState_SetAsyncExc)                                                                   \
+    X(PyThread_get_thread_ident)                                                                   \
     X(PyType_FromSpec)                                                                             \
     X(PyType_GetFlags)                                                                             \
     X(PyType_GetSlot)                                                                              \

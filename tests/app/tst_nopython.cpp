@@ -2,6 +2,7 @@
 #include "app/identity.h"
 #include "app/tarnwick.h"
 #include "support/generatorfolder.h"
+#include "support/madeupmachine.h"
 #include "support/modaldriver.h"
 #include "support/testmain.h"
 
@@ -10,23 +11,6 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QtTest>
-
-/// A machine on which no Python library is installed.
-class BareMachine : public Platform
-{
-public:
-    Library loadedPython() override { return nullptr; }
-    Library loadDefaultPython() override { return nullptr; }
-    void *findExport(Library, const char *) override { return nullptr; }
-    bool fileExists(const std::string &) override { return false; }
-    std::optional<std::string> environmentVariable(const char *) override { return std::nullopt; }
-    void setEnvironmentVariable(const char *, const std::optional<std::string> &) override { }
-    void useUtf8Locale() override { }
-    void ignoreWriteSignals() override { }
-    long processId() override { return 1; }
-    void writeToDescriptor(int, const char *, std::size_t) override { }
-    void endProcess(int status) override { std::exit(status); }
-};
 
 class tst_NoPython : public QObject
 {
@@ -39,7 +23,7 @@ private Q_SLOTS:
 void tst_NoPython::warnsOnceAndEveryMenuWorks()
 {
     applyIdentity();
-    BareMachine machine;
+    MadeUpMachine machine;
     ModalDriver driver;
     int warnings = 0;
     driver.expect([&](QDialog *dialog) {

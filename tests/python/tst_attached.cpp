@@ -20,11 +20,12 @@ template <typename Function> static Function *exported(Platform::Library library
 void tst_Attached::interpreterOfAnotherOwner()
 {
     Platform &machine = Platform::native();
-    Platform::Library library = machine.loadedPython();
-    if (!library)
-        library = machine.loadDefaultPython();
-    QVERIFY2(library, "these tests need a Python 3 library");
-    QCOMPARE(machine.loadedPython(), library);
+    PythonLocator first(machine);
+    QVERIFY2(first.locate({}), "these tests need a Python 3 library");
+    Platform::Library library = first.library();
+    PythonLocator second(machine);
+    QVERIFY(second.locate({}));
+    QCOMPARE(second.library(), library);
     exported<void(int)>(library, "Py_InitializeEx")(0);
     RecordingConsole::install();
 

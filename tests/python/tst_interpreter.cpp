@@ -29,6 +29,8 @@ private Q_SLOTS:
     void nestedRuns();
     void otherThread();
     void secondWrapper();
+    void timeLimit_data();
+    void timeLimit();
     void stopEndsAPrintingLoop();
 
 private:
@@ -303,6 +305,60 @@ void tst_Interpreter::secondWrapper()
     second.reset();
     QVERIFY(CPython::isLoaded());
     QCOMPARE(value("type(sys.stdout).__name__"), "Console");
+}
+
+/// A wrapper that is asked whether a run may take longer.
+class AskedModule final : public PythonModule
+{
+public:
+    explicit AskedModule(bool answer)
+        : m_answer(answer)
+    {
+    }
+    bool continueRunning() override
+    {
+        ++asked;
+        return m_answer;
+    }
+    std::atomic<int> asked{0};
+
+private:
+    const bool m_answer;
+};
+
+void tst_Interpreter::timeLimit_data()
+{
+    QTest::addColumn<int>("limit");
+    QTest::addColumn<bool>("mayContinue");
+    QTest::addColumn<QByteArray>("code");
+    QTest::addColumn<QString>("outcome"); // status, times asked, what was printed
+    const QByteArray loop = "while True: pass";
+    const QByteArray wait = "import time\nend = time.time() + 1.3\nwhile time.time() < end: pass";
+    QTest::newRow("endless loop") << 1 << false << loop << "-1 1 KeyboardInterrupt";
+    QTest::newRow("loop that catches errors")
+        << 1 << false << QByteArray("while True:\n  try: sum(range(99))\n  except Exception: pass")
+        << "-1 1 KeyboardInterrupt";
+    QTest::newRow("may go on") << 1 << true << wait << "0 1 ";
+    QTest::newRow("ends in time") << 2 << false << wait << "0 0 ";
+    QTest::newRow("no limit") << 0 << false << wait << "0 0 ";
+    QTest::newRow("limit is taken back")
+        << 1 << false << "__import__('tarnwick').Console().write('off')\n" + wait << "0 0 ";
+}
+
+void tst_Interpreter::timeLimit()
+{
+    QFETCH(int, limit);
+    QFETCH(bool, mayContinue);
+    QFETCH(QByteArray, code);
+    AskedModule module(mayContinue);
+    CPython::setExecutionTimeLimit(limit);
+    RecordingConsole::onWrite = [] { CPython::setExecutionTimeLimit(0); };
+    const int status = module.runCode(code, nullptr);
+    CPython::setExecutionTimeLimit(0);
+    const QString error = RecordingConsole::text(1).section('\n', -2, -2);
+    QTEST(QStringLiteral("%1 %2 %3").arg(status).arg(module.asked).arg(error), "outcome");
+    // A late interruption would hit this one.
+    QCOMPARE(value("sum(range(100000)) and 1"), "1");
 }
 
 /// The last one: the request holds until the interpreter is shut down.

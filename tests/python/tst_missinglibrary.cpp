@@ -1,39 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "recordingconsole.h"
-
-#include <QtTest>
-
-namespace {
-
-/// A machine with no Python library, or with one that lacks an export.
-class IncompleteMachine final : public Platform
-{
-public:
-    explicit IncompleteMachine(const QByteArray &missing)
-        : m_missing(missing)
-    {
-    }
-
-    Library loadedPython() override { return nullptr; }
-    Library loadDefaultPython() override { return m_missing.isEmpty() ? nullptr : this; }
-    void *findExport(Library, const char *name) override
-    {
-        return m_missing == name ? nullptr : this;
-    }
-    bool fileExists(const std::string &) override { return false; }
-    std::optional<std::string> environmentVariable(const char *) override { return std::nullopt; }
-    void setEnvironmentVariable(const char *, const std::optional<std::string> &) override { }
-    void useUtf8Locale() override { }
-    void ignoreWriteSignals() override { }
-    long processId() override { return 1; }
-    void writeToDescriptor(int, const char *, std::size_t) override { }
-    void endProcess(int status) override { std::exit(status); }
-
-private:
-    const QByteArray m_missing;
-};
-
-} // namespace
+#include "support/madeupmachine.h"
+#include "support/table.h"
 
 /// The wrapper without an interpreter.
 class tst_MissingLibrary : public QObject
@@ -47,21 +15,24 @@ private Q_SLOTS:
 
 void tst_MissingLibrary::everyOperationAnswers_data()
 {
-    QTest::addColumn<QByteArray>("missing");
-    QTest::newRow("no library") << QByteArray();
-    QTest::newRow("first function") << QByteArray("PyArg_ParseTuple");
-    QTest::newRow("last function") << QByteArray("Py_SetProgramName");
-    QTest::newRow("singleton") << QByteArray("_Py_FalseStruct");
-    QTest::newRow("error type") << QByteArray("PyExc_ValueError");
+    QTest::addColumn<QString>("lacking");
+    for (const char *name :
+         {"", "PyArg_ParseTuple", "Py_SetProgramName", "_Py_FalseStruct", "PyExc_ValueError"})
+        QTest::newRow(*name ? name : "no library") << QString(name);
 }
 
 void tst_MissingLibrary::everyOperationAnswers()
 {
-    QFETCH(QByteArray, missing);
-    IncompleteMachine machine(missing);
+    QFETCH(QString, lacking);
+    MadeUpMachine machine;
+    if (!lacking.isEmpty()) {
+        machine.keys["LM Software\\Python\\PythonCore\\3.8\\InstallPath\\"] = "C:\\a";
+        machine.libraries["C:\\a\\python3.dll"] = lacking;
+    }
     PythonModule python(machine);
     python.initialize(L"tst_missinglibrary");
     RecordingConsole::install();
+    QCOMPARE(machine.kept.isEmpty(), lacking.isEmpty());
     QVERIFY(!CPython::isLoaded());
     QVERIFY(!CPython::isRunning());
     QCOMPARE(CPython::versionString(), "");

@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: MIT
+#include "python/installations_linux.h"
+
+#include <glob.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+constexpr int lowestMinorVersion = 4;
+constexpr int highestMinorVersion = 29;
+constexpr char limitedLibrary[] = "/libpython3.so";
+
+bool exists(const std::string &path)
+{
+    struct stat status;
+    return stat(path.c_str(), &status) == 0;
+}
+
+std::vector<std::string> matches(const std::string &pattern)
+{
+    std::vector<std::string> paths;
+    glob_t found;
+    if (glob(pattern.c_str(), 0, nullptr, &found) == 0)
+        paths.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+    globfree(&found);
+    return paths;
+}
+
+/// Up to 3.7 the regular build carries the letter of its memory allocator.
+std::string libraryName(int minor)
+{
+    return "/libpython3." + std::to_string(minor) + (minor <= 7 ? "m" : "") + ".so.1.0";
+}
+
+std::vector<int> versionsIn(const std::string &directory)
+{
+    std::vector<int> versions;
+    for (int minor = lowestMinorVersion; minor <= highestMinorVersion; ++minor) {
+        if (exists(directory + libraryName(minor)))
+            versions.push_back(minor);
+    }
+    return versions;
+}
+
+/// Adds the folders that a configuration file of the dynamic linker names, in its order.
+void readLinkerConfiguration(const std::string &path, std::vector<std::string> &directories)
+{
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line.substr(0, line.find('#')));
+        std::string word;
+        words >> word;
+        if (word == "include") {
+            while (words >> word) {
+                for (const std::string &included : matches(word))
+                    readLinkerConfiguration(included, directories);
+            }
+        } else if (!word.empty() && word.front() == '/') {
+            directories.push_back(word);
+        }
+    }
+}
+
+struct Installation
+{
+    std::string directory;
+    std::vector<int> versions;
+};
+
+/// Those of \a directories that hold a library, each once. Conda keeps its own house.
+std::vector<Installation> installationsIn(const std::vector<std::string> &directories)
+{
+    std::vector<Installation> found;
+    for (const std::string &directory : directories) {
+        const auto isSame = [&](const Installation &other) { return other.directory == directory; };
+        if (std::any_of(found.begin(), found.end(), isSame) || exists(directory + "/../conda-meta"))
+            continue;
+        const std::vector<int> versions = versionsIn(directory);
+        if (!versions.empty() || exists(directory + limitedLibrary))
+            found.push_back({directory, versions});
+    }
+    return found;
+}
+
+std::vector<Installation> findInstallations()
+{
+    std::vector<std::string> system;
+    readLinkerConfiguration("/etc/ld.so.conf", system);
+    system.insert(
+        system.end(),
+        {"/lib", "/usr/lib", "/lib64", "/usr/lib64", "/usr/local/lib", "/usr/local/lib64"});
+    for (const char *pattern : {"/opt/lib", "/opt/*/lib", "/opt/*/*/lib"}) {
+        for (const std::string &directory : matches(pattern))
+            system.push_back(directory);
+    }
+    std::vector<Installation> found = installationsIn(system);
+    const char *const home = std::getenv("HOME");
+    if (!found.empty() || !home)
+        return found;
+    std::vector<std::string> managed;
+    for (const char *pattern : {"/.pyenv/versions/*/lib",
+                                "/.asdf/installs/python/*/lib",
+                                "/.local/share/mise/installs/python/*/lib",
+                                "/.local/share/uv/python/*/lib"}) {
+        for (const std::string &directory : matches(home + std::string(pattern)))
+            managed.push_back(directory);
+    }
+    return installationsIn(managed);
+}
+
+} // namespace
+
+std::vector<std::string> installations::directories(int minor)
+{
+    static const std::vector<Installation> found = findInstallations();
+    std::vector<std::string> directories;
+    for (const auto &[directory, versions] : found) {
+        // The library of the limited interface does not say which version it belongs to.
+        if (versions.empty() || std::count(versions.begin(), versions.end(), minor) > 0)
+            directories.push_back(directory);
+    }
+    return directories;
+}
+
+std::string installations::prefix(const std::string &home)
+{
+    constexpr char programs[] = "/bin";
+    const std::size_t length = sizeof programs - 1;
+    return home.size() > length && home.compare(home.size() - length, length, programs) == 0
+        ? home.substr(0, home.size() - length)
+        : home;
+}
+
+std::vector<std::string> installations::libraries(const std::string &directory,
+                                                  const std::string &environment)
+{
+    std::vector<std::string> directories{directory};
+    if (const std::string base = prefix(directory); base != directory)
+        directories = {base + "/lib", base + "/lib/" TARNWICK_MULTIARCH, base + "/lib64"};
+    std::vector<std::string> paths;
+    for (const std::string &place : directories) {
+        for (const int minor : versionsIn(place)) {
+            if (environment.empty()
+                || exists(environment + "/lib/python3." + std::to_string(minor)))
+                paths.push_back(place + libraryName(minor));
+        }
+    }
+    for (const std::string &place : directories) {
+        if (exists(place + limitedLibrary))
+            paths.push_back(place + limitedLibrary);
+    }
+    return paths;
+}
+
+bool installations::holdsStandardLibrary(const std::string &prefix, int minor)
+{
+    const std::string tail = "/python3." + std::to_string(minor) + "/os.py";
+    return !prefix.empty() && (exists(prefix + "/lib" + tail) || exists(prefix + "/lib64" + tail));
+}
+
+std::vector<std::string> installations::packageDirectories(const std::string &prefix, int minor)
+{
+    const std::string version = "python3." + std::to_string(minor);
+    std::vector<std::string> directories{prefix + "/lib/" + version + "/site-packages"};
+    for (const std::string &added : {prefix + "/local/lib/" + version + "/dist-packages",
+                                     prefix + "/lib/" + version + "/dist-packages",
+                                     prefix + "/lib/python3/dist-packages"}) {
+        if (exists(added))
+            directories.push_back(added);
+    }
+    return directories;
+}
