@@ -15,6 +15,11 @@ void benchMemory1000();
 void benchMemory10000();
 /// The texts of exports and session files.
 void benchExports();
+/// Finding the interpreter and starting it; the next three print what they took themselves.
+void benchPython();
+void startPython();
+void startBarePython();
+void searchForPython();
 /// From the start of a process to its first painted window.
 void benchStart();
 
