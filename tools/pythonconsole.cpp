@@ -1,0 +1,365 @@
+// SPDX-License-Identifier: MIT
+#include "tools/pythonconsole.h"
+
+#include "python/pythonmodule.h"
+#include "tools/fixedfont.h"
+#include "tools/pythoninputdlg.h"
+#include "ui_pythonconsole.h"
+
+#include <QCompleter>
+#include <QKeyEvent>
+#include <QPointer>
+#include <QScrollBar>
+#include <QSettings>
+#include <QStringListModel>
+#include <QThread>
+
+#include <cstring>
+
+PythonConsole *PythonConsole::s_current = nullptr;
+QMutex PythonConsole::s_mutex;
+
+namespace {
+
+const QString historyKey = QStringLiteral("Python History");
+constexpr int storedStatements = 50;
+constexpr int shownStatements = 15;
+constexpr int mostLines = 5000;
+constexpr std::size_t mostBytes = 65536;
+constexpr std::size_t mostPromptBytes = 1024;
+constexpr int errorPause = 100; // milliseconds after the last chunk of a burst
+constexpr int framePause = 16; // milliseconds between two paintings
+// Statements that start each other from nested events would use up the stack.
+constexpr int mostRunningStatements = 50;
+
+bool isGuiThread(const QObject *object)
+{
+    return object->thread() == QThread::currentThread();
+}
+
+/// A copy on the heap, cut to the length that one chunk may have.
+char *copyOf(const char *text)
+{
+    const std::size_t size = std::strlen(text);
+    if (size <= mostBytes)
+        return qstrdup(text);
+    constexpr char ellipsis[] = "...";
+    std::size_t kept = mostBytes - (sizeof ellipsis - 1);
+    // Not in the middle of a character.
+    while (kept > 0 && (static_cast<unsigned char>(text[kept]) & 0xC0) == 0x80)
+        --kept;
+    return qstrdup((std::string(text, kept) + ellipsis).c_str());
+}
+
+} // namespace
+
+PythonConsole::PythonConsole(CPython *python, QWidget *parent)
+    : QWidget(parent)
+    , m_ui(std::make_unique<Ui::PythonConsole>())
+    , m_python(python)
+    , m_history(new QStringListModel(this))
+    , m_completer(new QCompleter(m_history, this))
+    , m_errorTimer(new QTimer(this))
+{
+    m_ui->setupUi(this);
+    m_ui->console->setFont(fixedFont(9));
+    {
+        const QMutexLocker lock(&s_mutex);
+        s_current = this;
+    }
+    PythonModule::setConsole({writeText, readLine});
+    if (m_python->isLoaded()) {
+        setWindowTitle(tr("Python ") + QString::fromUtf8(m_python->versionString())
+                       + tr(" Console"));
+    } else {
+        m_ui->prompt->setEnabled(false);
+        m_ui->console->setPlaceholderText(
+            tr("Python is not installed or a compatible version is not installed."));
+    }
+    buildHistory();
+    m_errorTimer->setSingleShot(true);
+    m_paintTimer.setSingleShot(true);
+    m_ui->console->document()->setMaximumBlockCount(mostLines);
+    makeConnections();
+}
+
+PythonConsole::~PythonConsole()
+{
+    endInput();
+    {
+        QMutexLocker lock(&s_mutex);
+        if (s_current == this) {
+            s_current = nullptr;
+            PythonModule::setConsole({});
+        }
+        while (m_waitingThreads > 0)
+            m_answered.wait(&s_mutex);
+    }
+    // Text that is still on its way belongs to its receiver.
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    storeHistory();
+}
+
+void PythonConsole::buildHistory()
+{
+    m_history->setStringList(QSettings().value(historyKey).toStringList());
+    m_completer->setModelSorting(QCompleter::UnsortedModel);
+    m_completer->setCompletionMode(QCompleter::UnfilteredPopupCompletion);
+    m_completer->setMaxVisibleItems(shownStatements);
+    m_ui->prompt->setCompleter(m_completer);
+}
+
+void PythonConsole::makeConnections()
+{
+    connect(m_ui->clear, &QToolButton::clicked, m_ui->console, &QPlainTextEdit::clear);
+    connect(m_ui->prompt, &QLineEdit::returnPressed, this, &PythonConsole::runStatement);
+    connect(
+        this,
+        &PythonConsole::newStdoutData,
+        this,
+        [this](const char *text) {
+            append(QString::fromUtf8(text));
+            delete[] text;
+        },
+        Qt::QueuedConnection);
+    connect(
+        this,
+        &PythonConsole::newStderrData,
+        this,
+        [this](const char *text) {
+            appendError(QString::fromUtf8(text));
+            delete[] text;
+        },
+        Qt::QueuedConnection);
+    connect(this,
+            &PythonConsole::inputRequested,
+            this,
+            &PythonConsole::serveThread,
+            Qt::QueuedConnection);
+    connect(m_errorTimer, &QTimer::timeout, this, &PythonConsole::reportErrors);
+    connect(&m_paintTimer, &QTimer::timeout, this, &PythonConsole::resumePainting);
+}
+
+QSize PythonConsole::preferredSize() const
+{
+    const QFontMetrics metrics = fontMetrics();
+    return {100 * metrics.horizontalAdvance(QLatin1Char('0')), 25 * metrics.lineSpacing()};
+}
+
+void PythonConsole::runStatement()
+{
+    const QString statement = m_ui->prompt->text().trimmed();
+    if (statement.isEmpty() || m_runningStatements >= mostRunningStatements)
+        return;
+    remember(statement);
+    const QByteArray line = (statement + QLatin1Char('\n')).toUtf8();
+    const QPointer<PythonConsole> alive(this);
+    ++m_runningStatements;
+    writeText(0, (">>> " + line).constData());
+    std::ignore = CPython::runStatement(line.constData());
+    if (alive)
+        --m_runningStatements;
+}
+
+/// Puts a statement on top of the history unless it is in it.
+void PythonConsole::remember(const QString &statement)
+{
+    int row = m_history->stringList().indexOf(statement);
+    if (row < 0) {
+        row = 0;
+        m_history->insertRow(row);
+        m_history->setData(m_history->index(row), statement);
+        // At once, so that a crash loses none.
+        storeHistory();
+    }
+    m_completer->setCurrentRow(row);
+}
+
+void PythonConsole::storeHistory() const
+{
+    const QStringList statements = m_history->stringList().mid(0, storedStatements);
+    if (!statements.isEmpty())
+        QSettings().setValue(historyKey, statements);
+}
+
+void PythonConsole::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down)
+        m_completer->complete();
+    QWidget::keyPressEvent(event);
+}
+
+void PythonConsole::writeText(int unit, const char *text)
+{
+    // Half of the chunks of print(..., end='') and of tracebacks are empty.
+    if (!*text)
+        return;
+    QMutexLocker lock(&s_mutex);
+    PythonConsole *const console = s_current;
+    if (!console)
+        return;
+    if (isGuiThread(console)) {
+        // Only this thread destroys it.
+        lock.unlock();
+        console->receive(unit, text);
+        return;
+    }
+    char *const copy = copyOf(text);
+    if (unit == 1)
+        Q_EMIT console->newStderrData(copy);
+    else
+        Q_EMIT console->newStdoutData(copy);
+    if (unit != 1) {
+        const bool isPrompt = std::strlen(text) <= mostPromptBytes && !std::strchr(text, '\n');
+        QMetaObject::invokeMethod(
+            console,
+            [console, prompt = isPrompt ? QString::fromUtf8(text) : QString()] {
+                console->m_pendingPrompt = prompt;
+            },
+            Qt::QueuedConnection);
+    }
+}
+
+/// Shows a chunk that the GUI thread prints, and lets events through.
+void PythonConsole::receive(int unit, const char *text)
+{
+    const std::unique_ptr<char[]> copy(copyOf(text));
+    const QString shown = QString::fromUtf8(copy.get());
+    const QPointer<PythonConsole> alive(this);
+    holdPainting();
+    if (unit == 1)
+        appendError(shown);
+    else
+        append(shown);
+    QCoreApplication::processEvents();
+    if (!alive || unit == 1)
+        return;
+    const bool isPrompt =
+        std::strlen(copy.get()) <= mostPromptBytes && !std::strchr(copy.get(), '\n');
+    m_pendingPrompt = isPrompt ? shown : QString();
+}
+
+/// Adds text at the end. The view follows the end unless the user has scrolled away from it, and a
+/// selection stays.
+void PythonConsole::append(const QString &text)
+{
+    QScrollBar *const bar = m_ui->console->verticalScrollBar();
+    const bool follows = bar->value() == bar->maximum();
+    // A cursor of its own and an edit block: the text area's own cursor would have it lay out and
+    // scroll in between.
+    QTextCursor cursor(m_ui->console->document());
+    cursor.beginEditBlock();
+    cursor.movePosition(QTextCursor::End);
+    cursor.insertText(text);
+    cursor.endEditBlock();
+    if (follows)
+        bar->setValue(bar->maximum());
+}
+
+void PythonConsole::appendError(const QString &text)
+{
+    append(text);
+    m_errors += text;
+    m_errorTimer->start(errorPause);
+}
+
+/// Puts painting off until the display can show the next frame. Painting after each chunk would take
+/// several times as long as all the rest.
+void PythonConsole::holdPainting()
+{
+    if (!m_ui->console->isVisible())
+        return;
+    if (m_lastPaint.isValid() && m_lastPaint.elapsed() < framePause) {
+        m_ui->console->setUpdatesEnabled(false);
+        if (!m_paintTimer.isActive())
+            m_paintTimer.start(framePause);
+    } else {
+        resumePainting();
+    }
+}
+
+void PythonConsole::resumePainting()
+{
+    m_paintTimer.stop();
+    m_ui->console->setUpdatesEnabled(true);
+    m_lastPaint.start();
+}
+
+void PythonConsole::reportErrors()
+{
+    const QString errors = m_errors;
+    m_errors.clear();
+    Q_EMIT errorOccurred(errors);
+}
+
+std::string PythonConsole::readLine()
+{
+    s_mutex.lock();
+    PythonConsole *const console = s_current;
+    if (!console || !isGuiThread(console)) {
+        std::string line = (console ? console->answerToThread() : std::string()) + '\n';
+        s_mutex.unlock();
+        return line;
+    }
+    s_mutex.unlock();
+    return console->handleInput() + '\n';
+}
+
+/// Waits for the GUI thread to ask the user. Called with the mutex held; one thread is served after
+/// the other.
+std::string PythonConsole::answerToThread()
+{
+    ++m_waitingThreads;
+    while (m_servesThread && !m_inputHasEnded)
+        m_answered.wait(&s_mutex);
+    std::string answer;
+    if (!m_inputHasEnded) {
+        m_servesThread = true;
+        Q_EMIT inputRequested();
+        while (m_servesThread && !m_inputHasEnded)
+            m_answered.wait(&s_mutex);
+        answer = m_answer;
+    }
+    --m_waitingThreads;
+    m_answered.wakeAll();
+    return answer;
+}
+
+void PythonConsole::serveThread()
+{
+    const QPointer<PythonConsole> alive(this);
+    const std::string answer = handleInput();
+    if (!alive)
+        return;
+    const QMutexLocker lock(&s_mutex);
+    m_answer = answer;
+    m_servesThread = false;
+    m_answered.wakeAll();
+}
+
+/// The user's answer as UTF-8; empty when the dialog was rejected.
+std::string PythonConsole::handleInput()
+{
+    if (m_inputHasEnded)
+        return {};
+    const QString prompt =
+        m_pendingPrompt.isEmpty() ? tr("Script requests user input") : m_pendingPrompt;
+    const QPointer<PythonInputDlg> dialog(new PythonInputDlg(tr("Python: ") + prompt, this));
+    const bool accepted = dialog->exec() == QDialog::Accepted;
+    // This console may be gone, and the dialog with it.
+    const std::unique_ptr<PythonInputDlg> owner(dialog);
+    return owner && accepted ? owner->text().toUtf8().toStdString() : std::string();
+}
+
+void PythonConsole::endInput()
+{
+    {
+        const QMutexLocker lock(&s_mutex);
+        m_inputHasEnded = true;
+        m_answer.clear();
+        m_answered.wakeAll();
+    }
+    const QList<PythonInputDlg *> dialogs = findChildren<PythonInputDlg *>();
+    for (PythonInputDlg *const dialog : dialogs)
+        dialog->reject();
+}

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QElapsedTimer>
+#include <QMutex>
+#include <QTimer>
+#include <QWaitCondition>
+#include <QWidget>
+
+#include <memory>
+#include <string>
+
+class CPython;
+class QCompleter;
+class QStringListModel;
+namespace Ui {
+class PythonConsole;
+}
+
+/// The interactive console: shows what the interpreter prints, runs typed statements, and asks the
+/// user for the lines that scripts read. The console made last receives the interpreter's streams.
+/// Its statements are kept between runs under the setting "Python History", newest first.
+///
+/// Each chunk of text that the GUI thread prints lets events through, so whatever is called from a
+/// script may find the world changed afterwards.
+class PythonConsole : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// \a python is the interpreter whose streams are shown; it may be without a library.
+    explicit PythonConsole(CPython *python, QWidget *parent = nullptr);
+    ~PythonConsole() override;
+
+    /// Room for 25 lines of 100 characters of this widget's font.
+    [[nodiscard]] QSize preferredSize() const;
+    /// Answers what scripts ask for, now and from now on, with an empty line. For a program that is
+    /// about to quit: nobody would answer a script that waits.
+    void endInput();
+
+    /// Shows UTF-8 text, from any thread. Unit 1 is the error stream.
+    static void writeText(int unit, const char *text);
+    /// Asks the user for a line; UTF-8 with its line feed. From any thread, without the interpreter
+    /// lock.
+    [[nodiscard]] static std::string readLine();
+
+Q_SIGNALS:
+    // Text from other threads; the receiver frees it.
+    void newStdoutData(const char *str);
+    void newStderrData(const char *str);
+    std::string inputRequested();
+    /// A burst of error output, such as a traceback, has ended.
+    void errorOccurred(QString errMessage);
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    void buildHistory();
+    void makeConnections();
+    void runStatement();
+    void remember(const QString &statement);
+    void storeHistory() const;
+
+    void receive(int unit, const char *text);
+    void append(const QString &text);
+    void appendError(const QString &text);
+    void holdPainting();
+    void resumePainting();
+    void reportErrors();
+    [[nodiscard]] std::string handleInput();
+    [[nodiscard]] std::string answerToThread();
+    void serveThread();
+
+    /// The one that the streams address; null without any. Changed and used by other threads under
+    /// the mutex only.
+    static PythonConsole *s_current;
+    static QMutex s_mutex;
+
+    const std::unique_ptr<Ui::PythonConsole> m_ui;
+    CPython *const m_python;
+    QStringListModel *const m_history;
+    QCompleter *const m_completer;
+    /// The last chunk of output that did not end a line: what a script asks for.
+    QString m_pendingPrompt;
+    // What other threads wait for, under the mutex.
+    std::string m_answer;
+    QWaitCondition m_answered;
+    bool m_servesThread = false;
+    bool m_inputHasEnded = false;
+    int m_waitingThreads = 0;
+    QTimer *const m_errorTimer;
+    QString m_errors;
+    QTimer m_paintTimer;
+    QElapsedTimer m_lastPaint;
+    int m_runningStatements = 0;
+};
