@@ -5,6 +5,7 @@
 #include "app/modearea.h"
 #include "python/pythonmodule.h"
 #include "session/sessionwindow.h"
+#include "tools/pythonconsole.h"
 #include "ui_tarnwick.h"
 
 #include <QCloseEvent>
@@ -24,6 +25,9 @@ Tarnwick::Tarnwick(Platform &platform, QWidget *parent)
     m_ui->menuCamera->setEnabled(false);
     buildModeArea();
     ensurePython();
+    if (PythonModule::isLoaded())
+        buildConsoleDock();
+    buildEditorDock();
     connect(m_modeMapper, &QSignalMapper::mappedWidget, this, [this](QWidget *subWindow) {
         m_mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow *>(subWindow));
     });
@@ -32,6 +36,9 @@ Tarnwick::Tarnwick(Platform &platform, QWidget *parent)
 Tarnwick::~Tarnwick()
 {
     closeAllSessions();
+    // The interpreter's end would wait for a thread that waits for an answer.
+    if (m_console)
+        m_console->endInput();
     // The mode windows are children from here on, and must not report to half a main window.
     for (SessionWindow *const window : findChildren<SessionWindow *>())
         window->disconnect(this);
@@ -75,19 +82,14 @@ void Tarnwick::closeEvent(QCloseEvent *event)
     }
     event->accept();
     // Nobody could see or end a script that prints on behind a closed window.
-    if (PythonModule::isRunning())
-        PythonModule::requestStop();
+    if (!PythonModule::isRunning())
+        return;
+    PythonModule::requestStop();
+    if (m_console)
+        m_console->endInput();
 }
 
 void Tarnwick::on_actionExit_triggered()
 {
     close();
 }
-
-void Tarnwick::on_actionAbout_triggered() { }
-
-void Tarnwick::on_actionUserGuide_triggered() { }
-
-void Tarnwick::on_actionPython_Console_triggered() { }
-
-void Tarnwick::on_actionPython_Editor_triggered() { }

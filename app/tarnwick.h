@@ -10,7 +10,10 @@
 #include <memory>
 
 class DeferredDeletion;
+class PythonConsole;
+class PythonEditor;
 class PythonModule;
+class QDockWidget;
 class QMdiArea;
 class QMdiSubWindow;
 class QSignalMapper;
@@ -60,6 +63,13 @@ private:
     void ensurePython();
     void warn(const QString &title, const QString &text);
 
+    void buildConsoleDock();
+    void buildEditorDock();
+    void addPanelDock(QDockWidget *dock, QWidget *panel, const QSize &size, QAction *action);
+    void routeError(const QString &errMessage);
+    void showEditorTitle(bool m);
+    void runEditedGenerator();
+
     void openSessionFile(const QString &fileName);
     [[nodiscard]] QString findGenerator(const QString &storedPath, const QString &moduleName);
     void openModes(const QString &modulePath,
@@ -78,6 +88,7 @@ private:
     /// In the order in which they were created, unless the user moved tabs.
     [[nodiscard]] QVector<SessionWindow *> modeWindows() const;
     [[nodiscard]] bool unsavedChangesCancelled();
+    [[nodiscard]] bool cancelsLossOf(const QString &question);
     void updateModeTitle(QMdiSubWindow *subWindow);
     void updateModesMenu();
     void markModified();
@@ -92,6 +103,11 @@ private:
     QVector<QAction *> m_modeActions;
     QSignalMapper *m_modeMapper = nullptr;
     DeferredDeletion *m_deferredDeletion = nullptr;
+    // The console and its dock exist only with Python.
+    QDockWidget *m_consoleDock = nullptr;
+    PythonConsole *m_console = nullptr;
+    QDockWidget *m_editorDock = nullptr;
+    PythonEditor *m_editor = nullptr;
     std::unique_ptr<PythonModule> m_python;
     std::shared_ptr<Session> m_session;
     /// The session's file; empty while it was neither saved nor opened from one.

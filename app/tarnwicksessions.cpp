@@ -12,6 +12,7 @@
 #include "session/generationresult.h"
 #include "session/session.h"
 #include "session/sessionwindow.h"
+#include "tools/pythoneditor.h"
 #include "ui_tarnwick.h"
 
 #include <QMdiArea>
@@ -78,6 +79,7 @@ void Tarnwick::openSession(const QString &modulePath,
         if (change != m_sessionChanges)
             return;
         m_session = session;
+        m_editor->loadFile(m_session->modulePath());
         setWindowTitle(tr("Tarnwick ") + m_session->partNumber());
     }
     addModeWindow(values);
@@ -145,12 +147,20 @@ void Tarnwick::closeAllSessions()
     m_session.reset();
 }
 
+/// Asks at most one question; its answer goes for the session and the editor.
 bool Tarnwick::unsavedChangesCancelled()
 {
-    if (!m_session || !m_modified)
-        return false;
-    const QString question = tr("Unsaved changes in the session parameter list(s) will be lost. "
-                                "Do you want to proceeed?");
+    if (m_session && m_modified)
+        return cancelsLossOf(tr("Unsaved changes in the session parameter list(s) will be lost. "
+                                "Do you want to proceeed?"));
+    if (m_editor->isModified())
+        return cancelsLossOf(tr("Unsaved changes in the Python code will be lost. "
+                                "Do you want to proceeed?"));
+    return false;
+}
+
+bool Tarnwick::cancelsLossOf(const QString &question)
+{
     return QMessageBox::warning(this,
                                 tr("Tarnwick - Unsaved Changes"),
                                 question,
