@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "tools/fixedfont.h"
 
-#include <QFontDatabase>
-
 QFont fixedFont(int points)
 {
-    const QString family = QStringLiteral("Consolas");
-    QFont font(family, points);
-    if (!QFontDatabase().hasFamily(family))
-        font.setFamily(QFontDatabase::systemFont(QFontDatabase::FixedFont).family());
+    QFont font(QStringLiteral("Consolas"), points);
+    // What the font matching goes by where there is no such family.
     font.setStyleHint(QFont::Monospace);
     font.setFixedPitch(true);
     return font;

@@ -36,7 +36,7 @@ outputOf(const QString &program, const QStringList &arguments, const Variables &
     // that was not preloaded itself minds every preloaded library.
     QString options = environment.value("ASAN_OPTIONS") + ":verify_asan_link_order=0";
     if (arguments.join(' ').contains(
-            QRegularExpression("daemon|numpy|ssl|sqlite3|ctypes|excepthook")))
+            QRegularExpression("daemon|concurrent|numpy|ssl|sqlite3|ctypes|excepthook")))
         options += ":detect_leaks=0";
     environment.insert("ASAN_OPTIONS", options);
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "python/pythonmodule.h"
+#include "tools/pythonconsole.h"
 
 #include <QCoreApplication>
 #include <QString>
@@ -9,16 +10,15 @@
 
 #include <functional>
 
-/// Stands in for the console while it lives: collects what scripts print and processes events after
-/// each chunk, as the console does. \a onChunk is called before that. What other threads print is
-/// dropped.
+/// Sits in front of the console: collects what scripts print, and calls \a onChunk before the console
+/// shows a chunk and lets events through.
 class ConsoleDouble
 {
 public:
-    ConsoleDouble() { PythonModule::setConsole({write, read}); }
-    ~ConsoleDouble()
+    /// A console that is made later takes the streams back.
+    static void install()
     {
-        PythonModule::setConsole({});
+        PythonModule::setConsole({write, PythonConsole::readLine});
         onChunk = nullptr;
         output.clear();
         errors.clear();
@@ -40,12 +40,13 @@ public:
 private:
     static void write(int unit, const char *text)
     {
-        if (QThread::currentThread() != QCoreApplication::instance()->thread())
+        if (QThread::currentThread() != QCoreApplication::instance()->thread()) {
+            PythonConsole::writeText(unit, text);
             return;
+        }
         (unit == 1 ? errors : output) += QString::fromUtf8(text);
         if (const auto action = onChunk)
             action();
-        QCoreApplication::processEvents();
+        PythonConsole::writeText(unit, text);
     }
-    static std::string read() { return "\n"; }
 };

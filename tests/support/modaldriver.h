@@ -21,6 +21,8 @@ public:
     }
 
     using Answer = std::function<void(QDialog *)>;
+    /// What to do with every dialog that nothing else was said about.
+    void answerAll(const Answer &answer) { m_general = answer; }
     /// What to do with the next dialog; it has to close it.
     void expect(const Answer &answer) { m_answers.append(answer); }
     /// Types a path into a file chooser and confirms it.
@@ -40,7 +42,9 @@ private:
         if (!dialog || !dialog->isVisible() || dialog->property(seen).toBool())
             return;
         dialog->setProperty(seen, true);
-        if (m_answers.isEmpty()) {
+        if (m_answers.isEmpty() && m_general) {
+            QTimer::singleShot(0, dialog, [answer = m_general, dialog] { answer(dialog); });
+        } else if (m_answers.isEmpty()) {
             ++m_unexpected;
             qWarning() << "unexpected" << dialog << dialog->property("text").toString();
             dialog->reject();
@@ -54,5 +58,6 @@ private:
 
     QTimer m_timer;
     QVector<Answer> m_answers;
+    Answer m_general;
     int m_unexpected = 0;
 };

@@ -8,7 +8,7 @@
 
 /// Test rows kept as text: adds the columns and rows of tests/data/<name>.txt to the running data
 /// function. The first line names the columns, the first cell of a line the row; cells are QStrings,
-/// parted by '|' and trimmed. <nl>, <cr>, <tab>, <nul>, <bar>, <sp> and <bom> stand for those
+/// parted by '|' and trimmed. <nl>, <cr>, <tab>, <nul>, <bar>, <sp>, <bom> and <ps> stand for those
 /// characters. Lines that begin with # are comments.
 inline void loadTable(const QString &name)
 {
@@ -22,6 +22,7 @@ inline void loadTable(const QString &name)
             cell.replace("<nl>", "\n").replace("<cr>", "\r").replace("<tab>", "\t");
             cell.replace("<nul>", QString(QChar(0))).replace("<bar>", "|").replace("<sp>", " ");
             cell.replace("<bom>", QString(QChar(0xfeff)));
+            cell.replace("<ps>", QString(QChar(0x2029)));
         }
         return cells;
     };
@@ -45,4 +46,10 @@ inline void loadTable(const QString &name)
         for (int i = 1; i < cells.size(); ++i)
             row << cells.at(i);
     }
+}
+
+/// A cell that holds a list: its items, parted by ", ".
+inline QStringList items(const QString &cell)
+{
+    return cell.split(", ", Qt::SkipEmptyParts);
 }
