@@ -305,35 +305,38 @@ std::string PythonConsole::readLine()
     return console->handleInput() + '\n';
 }
 
-/// Waits for the GUI thread to ask the user. Called with the mutex held; one thread is served after
-/// the other.
+/// Waits for the GUI thread to ask the user. Called with the mutex held.
 std::string PythonConsole::answerToThread()
 {
+    const auto request = std::make_shared<InputRequest>();
+    m_requests.push_back(request);
     ++m_waitingThreads;
-    while (m_servesThread && !m_inputHasEnded)
+    Q_EMIT inputRequested();
+    while (!request->isAnswered && !m_inputHasEnded)
         m_answered.wait(&s_mutex);
-    std::string answer;
-    if (!m_inputHasEnded) {
-        m_servesThread = true;
-        Q_EMIT inputRequested();
-        while (m_servesThread && !m_inputHasEnded)
-            m_answered.wait(&s_mutex);
-        answer = m_answer;
-    }
     --m_waitingThreads;
     m_answered.wakeAll();
-    return answer;
+    return request->answer;
 }
 
+/// Asks the user for the thread that has waited longest.
 void PythonConsole::serveThread()
 {
+    std::shared_ptr<InputRequest> request;
+    {
+        const QMutexLocker lock(&s_mutex);
+        if (m_requests.empty())
+            return;
+        request = m_requests.front();
+        m_requests.pop_front();
+    }
     const QPointer<PythonConsole> alive(this);
     const std::string answer = handleInput();
     if (!alive)
         return;
     const QMutexLocker lock(&s_mutex);
-    m_answer = answer;
-    m_servesThread = false;
+    request->answer = answer;
+    request->isAnswered = true;
     m_answered.wakeAll();
 }
 
@@ -356,7 +359,6 @@ void PythonConsole::endInput()
     {
         const QMutexLocker lock(&s_mutex);
         m_inputHasEnded = true;
-        m_answer.clear();
         m_answered.wakeAll();
     }
     const QList<PythonInputDlg *> dialogs = findChildren<PythonInputDlg *>();

@@ -7,6 +7,7 @@
 #include <QWaitCondition>
 #include <QWidget>
 
+#include <deque>
 #include <memory>
 #include <string>
 
@@ -56,6 +57,13 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    /// A thread that waits for a line.
+    struct InputRequest
+    {
+        std::string answer; // UTF-8, empty until it is there
+        bool isAnswered = false;
+    };
+
     void buildHistory();
     void makeConnections();
     void runStatement();
@@ -84,9 +92,8 @@ private:
     /// The last chunk of output that did not end a line: what a script asks for.
     QString m_pendingPrompt;
     // What other threads wait for, under the mutex.
-    std::string m_answer;
+    std::deque<std::shared_ptr<InputRequest>> m_requests;
     QWaitCondition m_answered;
-    bool m_servesThread = false;
     bool m_inputHasEnded = false;
     int m_waitingThreads = 0;
     QTimer *const m_errorTimer;

@@ -57,6 +57,7 @@ enum Trait : unsigned {
     HasApostrophe = 128,
     HasHash = 256,
     HasHexPrefix = 512,
+    HasDelimiter = 1024,
 };
 
 struct RuleText
@@ -158,6 +159,10 @@ unsigned traitsOf(const QString &text)
             traits |= HasApostrophe;
         else if (character == '#')
             traits |= HasHash;
+        if ((character == '"' || character == '\'') && i + 2 < size
+            && characters[i + 1] == character && characters[i + 2] == character) {
+            traits |= HasDelimiter;
+        }
         ++i;
     }
     return traits;
@@ -213,10 +218,9 @@ void PythonHighlighter::highlightBlock(const QString &text)
         }
     }
     setCurrentBlockState(0);
-    const bool hasDelimiter = (traits & (HasDoubleQuote | HasApostrophe)) != 0;
     for (const HighlightRule &delimiter : qAsConst(m_multilineRules)) {
-        // Without a quote a line only goes on with what it begins in.
-        if ((hasDelimiter || previousBlockState() == delimiter.nth)
+        // Without a delimiter a line only goes on with what it begins in.
+        if (((traits & HasDelimiter) != 0 || previousBlockState() == delimiter.nth)
             && matchMultiline(text, delimiter, colours)) {
             break;
         }
