@@ -22,6 +22,7 @@
 #include <QSpinBox>
 #include <QSplitter>
 #include <QTimer>
+#include <QToolButton>
 
 #include <numeric>
 
@@ -68,6 +69,13 @@ public:
         const QWidget *const mode = area()->currentSubWindow()->widget();
         auto *const spin = mode->findChild<QSpinBox *>(QStringLiteral("offset"));
         spin->setValue(spin->value() + 1);
+        settle();
+    }
+
+    /// As the editor's Run button.
+    void run()
+    {
+        m_window.findChild<QToolButton *>(QStringLiteral("run"))->click();
         settle();
     }
 
@@ -169,6 +177,32 @@ void benchModes()
     report::check(QStringLiteral("  last five against first five"), modes.slowdown.median(), 2);
     report::times(QStringLiteral("50 plain splitters in a plain area"), plain.fifty);
     report::value(QStringLiteral("  last five against first five"), plain.slowdown.median());
+}
+
+void benchRun()
+{
+    const Workload workload(60, 1000);
+    ModesDriver driver;
+    driver.openSession(workload);
+    constexpr int count = 20;
+    for (int i = 1; i < count; ++i)
+        driver.openMode();
+    const std::shared_ptr<Session> session = workload.session();
+    Samples run;
+    Samples load;
+    Samples change;
+    for (int i = 0; i < 9; ++i) {
+        run.add(milliseconds([&driver] { driver.run(); }));
+        load.add(milliseconds([&session] { session->load(); }));
+        change.add(milliseconds([&driver] { driver.changeCurrentMode(); }));
+    }
+    report::heading(QStringLiteral("Run with %1 modes, ").arg(count) + workload.name());
+    report::times(QStringLiteral("run"), run);
+    report::times(QStringLiteral("one import and the queries"), load);
+    report::times(QStringLiteral("one parameter change"), change);
+    report::check(QStringLiteral("  run to all of these"),
+                  run.median() / (load.median() + count * change.median()),
+                  1.1);
 }
 
 /// The memory that this process alone has written to, in MiB.

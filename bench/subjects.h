@@ -15,6 +15,12 @@ void benchMemory1000();
 void benchMemory10000();
 /// The texts of exports and session files.
 void benchExports();
+/// Loading, colouring and typing in the code editor.
+void benchEditor();
+/// The editor's Run with many modes.
+void benchRun();
+/// Printing into the console.
+void benchConsole();
 /// Finding the interpreter and starting it; the next three print what they took themselves.
 void benchPython();
 void startPython();
