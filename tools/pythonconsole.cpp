@@ -6,6 +6,7 @@
 #include "tools/pythoninputdlg.h"
 #include "ui_pythonconsole.h"
 
+#include <QAbstractItemView>
 #include <QCompleter>
 #include <QKeyEvent>
 #include <QPointer>
@@ -152,6 +153,8 @@ void PythonConsole::runStatement()
     if (statement.isEmpty() || m_runningStatements >= mostRunningStatements)
         return;
     remember(statement);
+    // It would stay open until the statement has run.
+    m_completer->popup()->hide();
     const QByteArray line = (statement + QLatin1Char('\n')).toUtf8();
     const QPointer<PythonConsole> alive(this);
     ++m_runningStatements;
