@@ -13,6 +13,8 @@ int main(int argc, char *argv[])
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     const QApplication application(argc, argv);
     applyIdentity();
+    // The name of the desktop entry, whose icon the windows have.
+    QApplication::setDesktopFileName(QStringLiteral("tarnwick"));
 
     QCommandLineParser parser;
     parser.addPositionalArgument(

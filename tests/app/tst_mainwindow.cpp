@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include "app/aboutdlg.h"
 #include "app/newsessiondlg.h"
 #include "support/windowtest.h"
+#include "tools/pythoninputdlg.h"
 
+#include <QAccessible>
 #include <QDesktopServices>
 #include <QLabel>
 #include <QMenuBar>
@@ -28,6 +31,7 @@ private Q_SLOTS:
     void unsavedChanges_data();
     void unsavedChanges();
     void help();
+    void everyFocusableWidgetHasAName();
 
 private:
     QString modeEntries() const
@@ -315,6 +319,33 @@ void tst_MainWindow::help()
                   "Unable to Open the Help file - network access required to "
                       + browser.opened.host() + '.');
     trigger("actionUserGuide");
+}
+
+/// Walks the accessibility tree of the whole program: with a screen reader each stop has a name.
+void tst_MainWindow::everyFocusableWidgetHasAName()
+{
+    openSession();
+    trigger("actionPython_Console");
+    trigger("actionPython_Editor");
+    QTest::keyClick(child<QPlainTextEdit>("edit"), Qt::Key_H, Qt::ControlModifier);
+    NewSessionDlg newSession(m_folder->path(), m_window.get());
+    AboutDlg about(m_window.get());
+    PythonInputDlg input("Python: Name", m_window.get());
+    QStringList nameless;
+    int count = 0;
+    for (const QWidget *const widget : m_window->findChildren<QWidget *>()) {
+        // A widget that hands its focus to another one is no stop.
+        if (widget->focusPolicy() == Qt::NoFocus || widget->focusProxy())
+            continue;
+        ++count;
+        auto *const face = QAccessible::queryAccessibleInterface(const_cast<QWidget *>(widget));
+        if (!face || face->text(QAccessible::Name).isEmpty())
+            nameless.append(
+                QString("%1 %2").arg(widget->metaObject()->className(), widget->objectName()));
+    }
+    QVERIFY(count > 25);
+    QCOMPARE(nameless.join(", "), QString());
+    child<QDialog>("PythonReplaceDlg")->hide();
 }
 
 TARNWICK_TEST_MAIN(tst_MainWindow)
