@@ -1,21 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "params/parameterspane.h"
+#include "support/table.h"
 #include "support/testmain.h"
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QCoreApplication>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
-#include <QPointer>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QSpinBox>
-#include <QTest>
 #include <QWheelEvent>
 
 /// Descriptors and values as they come from Python, with single quotes for double ones.
@@ -91,19 +89,6 @@ static QString layoutText(QLayout *layout)
     return parts.join(' ');
 }
 
-/// Fills the test's data from lines of cells, the first of them the name of the row.
-static void table(std::initializer_list<const char *> columns, const char *text)
-{
-    for (const char *const column : columns)
-        QTest::addColumn<QString>(column);
-    for (const QString &line : QString(text).split('\n', Qt::SkipEmptyParts)) {
-        const QStringList cells = line.split('|');
-        QTestData &row = QTest::newRow(qPrintable(cells.first().trimmed()));
-        for (int i = 1; i < cells.size(); ++i)
-            row << cells.at(i).trimmed();
-    }
-}
-
 /// Does as the user does: "click" the check box; press the editor's "arrow" or turn the "wheel"
 /// over it; else type into it, where U, D, P, E and T stand for Up, Down, Page Up, Enter and Tab.
 static void perform(const QString &action, QCheckBox *check)
@@ -151,63 +136,23 @@ class tst_ParametersPane : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void row_data();
+    void row_data() { loadTable("params/rows"); }
     void row();
     void namesAndHelp();
-    void order_data();
+    void order_data() { loadTable("params/order"); }
     void order();
     void groupNumbers();
-    void values_data();
+    void values_data() { loadTable("params/values"); }
     void values();
-    void userChange_data();
+    void userChange_data() { loadTable("params/userchanges"); }
     void userChange();
     void typedTextIsNotAnnounced();
     void keyboardAndScrolling();
     void callsWhileEmitting_data();
     void callsWhileEmitting();
-    void interruptedSetValues_data();
+    void interruptedSetValues_data() { loadTable("params/interrupted"); }
     void interruptedSetValues();
 };
-
-void tst_ParametersPane::row_data()
-{
-    table({"descriptor", "expected"}, R"(
-range alone          | {'range':[0,10]}                           | - p: !int 0..10 by 1 = 0; !(none)
-range above 0        | {'range':[5,10,2,7]}                       | - p: !int 5..10 by 2 = 5; !(none)
-backward range       | {'range':[5,1]}                            | - p: !int 5..5 by 1 = 5; !(none)
-default out of range | {'range':[5,10],'default':12}              | x p: int 5..10 by 1 = 10; !12
-default 0 is one     | {'range':[0,3],'default':0}                | x p: int 0..3 by 1 = 0; !0
-default null is none | {'range':[0,3],'default':null}             | - p: !int 0..3 by 1 = 0; !(none)
-not enabled          | {'range':[0,9],'default':3,'enable':false} | - p: !int 0..9 by 1 = 3; !3
-label                | {'range':[0,9],'label':'Gain'}             | - Gain: !int 0..9 by 1 = 0; !(none)
-float                | {'type':'float','range':[0,1,0.25],'default':0.5}       | x p: float.3 0..1 by 0.25 = 0.5; !0.500
-prec before range    | {'type':'float','range':[0.0625,1],'prec':4}            | - p: !float.4 0.0625..1 by 1 = 0.0625; !(none)
-type by case         | {'type':'Float','range':[0,9]}             | - p: !int 0..9 by 1 = 0; !(none)
-short range          | {'range':[5],'enum':[1,2]}                 | - p: ![1:1 2:2] at 0; !(none)
-range before enum    | {'range':[0,3],'enum':[1,2]}               | - p: !int 0..3 by 1 = 0; !(none)
-enum order           | {'enum':[3,1,5000000000],'default':1}      | x p: [3:3 1:1 5000000000:5000000000] at 1; !1
-default not in enum  | {'enum':[1,2,3],'default':4}               | x p: [1:1 2:2 3:3] at -1; !4
-equal values         | {'enum':[1,2,2],'default':2}               | x p: [1:1 2:2 2:2] at 1; !2
-enum of texts        | {'enum':['a','7'],'default':'A'}           | x p: [0:a 7:7] at -1; !0
-float enum           | {'type':'float','enum':[1,2.75],'prec':1,'default':2.75} | x p: [1.0:1 2.8:2.75] at 1; !2.8
-enum map             | {'enum':{'slow':1,'fast':2,'Zero':0},'default':1}       | x p: [Zero:0 fast:2 slow:1] at 2; !slow
-equal values in map  | {'type':'float','enum':{'b':0.5,'a':0.5},'default':0.5} | x p: [a:0.5 b:0.5] at 0; !b
-default not in map   | {'enum':{'a':'X'},'default':'x'}           | x p: [a:X] at -1; !
-empty enum           | {'enum':[],'default':1}                    | x p: [] at -1; !1
-neither              | {}                                         | !- p: ![] at -1; !(none)
-neither, default     | {'default':2.5,'type':'float'}             | !x p: [] at -1; !2.500
-hidden               | {'range':[0,9],'hide':true}                |
-wrong: enum number   | {'enum':5,'default':2}                     | x p: [] at -1; !2
-wrong: enum null     | {'enum':null}                              | - p: ![] at -1; !(none)
-wrong: range text    | {'range':'0,9','enum':[4]}                 | - p: ![4:4] at 0; !(none)
-wrong: bounds text   | {'range':['2','x']}                        | - p: !int 2..2 by 1 = 2; !(none)
-wrong: default list  | {'range':[-3,3],'default':[1]}             | x p: int -3..3 by 1 = 0; !0
-wrong: prec text     | {'type':'float','range':[0,9],'prec':'x','default':1.6} | x p: float.0 0..9 by 1 = 2; !2
-wrong: nulls         | {'range':[0,9],'default':1,'enable':null,'label':null}  | - : !int 0..9 by 1 = 1; !1
-wrong: maps          | {'range':[0,9],'hide':{},'tooltip':{},'group':[],'type':{}} | - p: !int 0..9 by 1 = 0; !(none)
-wrong: hide number   | {'range':[0,9],'hide':1}                   |
-)");
-}
 
 void tst_ParametersPane::row()
 {
@@ -239,24 +184,6 @@ void tst_ParametersPane::namesAndHelp()
     QCOMPARE(combo->itemText(0), "1." + QString(323, '0'));
     QCOMPARE(cell(child<QCheckBox>(pane, "free_check"), 0)->objectName(), "");
     QCOMPARE(child<QScrollArea>(pane, "scrollArea")->accessibleName(), "Parameters");
-}
-
-void tst_ParametersPane::order_data()
-{
-    table({"parameters", "groups", "expected"}, R"(
-ord, then name    | {'c':{'ord':1},'b':{'ord':2},'a':{'ord':2},'d':{'ord':-1}}      | {} | d c a b
-no ord            | {'a':{'ord':1000000001},'b':{},'c':{'ord':999999999}}           | {} | c b a
-names by case     | {'b':{},'B':{},'a':{}}                                          | {} | B a b
-ord of 32 bits    | {'a':{},'b':{'ord':0},'c':{'ord':4294967295}}                   | {} | c b a
-wrong: ord        | {'a':{'ord':1},'b':{'ord':'x'},'c':{'ord':[]},'d':{'ord':'-1'}} | {} | d b c a
-wrong: descriptor | {'a':3,'b':{'ord':2},'c':null}                                  | {} | b a c
-ungrouped last    | {'a':{'ord':0},'b':{'ord':9,'group':'g'},'c':{'group':''}}      | {} | g(b) a c
-groups            | {'a':{'group':'z'},'b':{'group':'y'},'c':{'group':'x'}}         | {'x':{'ord':5},'y':{'ord':5},'z':{'ord':-5}} | z(a) x(c) y(b)
-group without ord | {'a':{'group':'g'},'b':{'group':'h'}}  | {'h':{'ord':999999999}}              | h(b) g(a)
-group label       | {'a':{'group':'g'},'b':{'group':'h'}}  | {'g':{'label':'Z'},'h':{'label':''}} | Z(a) (b)
-wrong: group      | {'a':{'group':7},'b':{'group':'6'}}    | {'6':[1],'unused':{}}                | 6(b) 7(a)
-group of hidden   | {'a':{'group':'g','hide':true},'b':{}} | {'g':{}}                             | b
-)");
 }
 
 void tst_ParametersPane::order()
@@ -301,41 +228,6 @@ void tst_ParametersPane::groupNumbers()
     QCOMPARE(numbers(other).value("a"), first + 4);
 }
 
-void tst_ParametersPane::values_data()
-{
-    table({"calls", "expected", "signalCount", "row"}, R"(
-defaults       |                                                | {i:4,m:u}       | 0 | x i: int 0..9 by 1 = 4; !4
-none           | set {}                                         | {}              | 0 | - i: !int 0..9 by 1 = 4; !4
-same value     | set {'i':{'value':4}}                          | {i:4}           | 0 | x i: int 0..9 by 1 = 4; !4
-clamped        | set {'i':{'value':77},'f':{'value':-1}}        | {f:0,i:9}       | 1 | x i: int 0..9 by 1 = 9; !4
-both changed   | set {'i':{'value':3},'f':{'value':0.25}}       | {f:0.25,i:3}    | 2 | x i: int 0..9 by 1 = 3; !4
-choices        | set {'l':{'value':2},'m':{'value':'v'}}        | {l:2,m:v}       | 0 | - i: !int 0..9 by 1 = 4; !4
-no such choice | set {'l':{'value':9},'m':{'value':'V'}}        | {l:null,m:null} | 0 | - i: !int 0..9 by 1 = 4; !4
-value missing  | set {'i':{},'f':3,'l':{'Value':2}}             | {}              | 0 | - i: !int 0..9 by 1 = 4; !4
-value null     | set {'i':{'value':null}}                       | {i:0}           | 1 | x i: int 0..9 by 1 = 0; !4
-value text     | set {'i':{'value':'7'}}                        | {i:7}           | 1 | x i: int 0..9 by 1 = 7; !4
-no editor      | set {'h':{'value':1},'n':{'value':1},'u':{'value':1}} | {n:null} | 0 | - i: !int 0..9 by 1 = 4; !4
-new range      | form {'i':{'range':[0,99]},'z':{'range':[0,9],'default':1}} | {i:4} | 1 | x i: int 0..99 by 1 = 4; !(none)
-stays unticked | set {}; form {'i':{'range':[0,9],'default':2}} | {}              | 0 | - i: !int 0..9 by 1 = 2; !2
-now default    | set {'i':{'value':9}}; form {'i':{'range':[0,9],'default':9}} | {i:9} | 1 | x i: int 0..9 by 1 = 9; !9
-out of range   | form {'i':{'range':[0,3]}}                     | {i:3}           | 1 | x i: int 0..3 by 1 = 3; !(none)
-now float      | form {'i':{'range':[0,9],'type':'float'}}      | {i:4}           | 1 | x i: float.3 0..9 by 1 = 4; !(none)
-now a choice   | form {'i':{'enum':[1,4]}}                      | {i:4}           | 0 | x i: [1:1 4:4] at 1; !(none)
-not offered    | form {'i':{'enum':[1,2]}}                      | {i:null}        | 0 | x i: [1:1 2:2] at -1; !(none)
-now grouped    | form {'i':{'range':[0,9],'group':'g'}}         | {i:4}           | 1 | x i: int 0..9 by 1 = 4; !(none)
-after hidden   | form {'i':{'hide':true}}; form {'i':{'range':[0,9],'default':4}} | {} | 0 | - i: !int 0..9 by 1 = 4; !4
-used           | set {}; used {'i':{'value':7},'h':{'value':7},'u':3} | {}          | 0 | - i: !int 0..9 by 1 = 4; 7
-used, ticked   | used {'i':{'value':7}}                         | {i:4,m:u}       | 0 | x i: int 0..9 by 1 = 4; !4
-used, reticked | set {}; used {'i':{'value':7}}; set {'i':{'value':4}}; used {'i':{'value':4}} | {i:4} | 0 | x i: int 0..9 by 1 = 4; !4
-used is null   | set {}; used {'i':{'value':null}}              | {}              | 0 | - i: !int 0..9 by 1 = 4; (none)
-used elsewhere | set {}; used {'f':{'value':7},'i':{'used':7}}  | {}              | 0 | - i: !int 0..9 by 1 = 4; !4
-used float     | form {'i':{'range':[0,9],'type':'float','prec':2}}; set {}; used {'i':{'value':0.5}} | {} | 1 | - i: !float.2 0..9 by 1 = 4; 0.50
-used, last key | form {'i':{'enum':{'a':1,'b':1,'c':4}}}; set {}; used {'i':{'value':1}} | {} | 0 | - i: ![a:1 b:1 c:4] at 2; b
-used, no key   | form {'i':{'enum':{'a':1,'b':4}}}; set {}; used {'i':{'value':3}} | {} | 0 | - i: ![a:1 b:4] at 1; (none)
-after none     | form {}; form {'i':{'range':[0,9],'default':4}} | {i:4}          | 0 | x i: int 0..9 by 1 = 4; !4
-)");
-}
-
 void tst_ParametersPane::values()
 {
     QFETCH(QString, calls);
@@ -360,29 +252,6 @@ void tst_ParametersPane::values()
     QCOMPARE(pane.findChildren<QWidget *>(), widgets);
     QTEST(valuesText(pane), "expected");
     QCOMPARE(spy.count(), 0);
-}
-
-void tst_ParametersPane::userChange_data()
-{
-    table({"descriptor", "action", "seen"}, R"(
-untick              | {'range':[0,99],'default':40}                  | click | {}
-tick                | {'range':[0,99]}                               | click | {p:0}
-tick choice         | {'enum':[7]}                                   | click | {p:7}
-tick inert          | {}                                             | click |
-digits              | {'range':[0,99],'default':40}                  | 12    |
-digits, Enter       | {'range':[0,99],'default':40}                  | 12E   | {p:12}
-digits, Tab         | {'range':[0,99],'default':40}                  | 7T    | {p:7}
-Up Up Down          | {'range':[0,99],'default':40}                  | UUD   | {p:41} {p:42} {p:41}
-Page Up at the end  | {'range':[0,99],'default':75}                  | PPPP  | {p:85} {p:95} {p:99}
-arrow button        | {'range':[0,99],'default':40}                  | arrow | {p:41}
-wheel               | {'range':[0,99],'default':40}                  | wheel | {p:41}
-float Up            | {'type':'float','range':[0,9,0.5],'default':4} | U     | {p:4.5}
-float wheel         | {'type':'float','range':[0,9,0.5],'default':4} | wheel | {p:4.5}
-float digits, Enter | {'type':'float','range':[0,9,0.5],'default':4} | 2.5E  | {p:2.5}
-choice Down         | {'enum':[1,2,3],'default':2}                   | D     | {p:3}
-choice by digit     | {'enum':[1,2,3],'default':2}                   | 1     | {p:1}
-choice wheel        | {'enum':[1,2,3],'default':2}                   | wheel | {p:1}
-)");
 }
 
 void tst_ParametersPane::userChange()
@@ -520,18 +389,6 @@ void tst_ParametersPane::callsWhileEmitting()
     count = 1;
     perform("click", child<QCheckBox>(*panes[0], "a_check"));
     QCOMPARE(count, 2);
-}
-
-void tst_ParametersPane::interruptedSetValues_data()
-{
-    table({"calls", "expected", "signalCount"}, R"(
-newer values | set {'b':{'value':7}}                                               | {b:7}         | 2
-same values  | set {'a':{'value':1},'b':{'value':2},'c':{'value':3}}               | {a:1,b:2,c:3} | 1
-nothing      | used {}                                                             | {a:1,b:2,c:3} | 3
-other form   | form {'a':{'range':[0,9]},'b':{'range':[0,9]},'c':{'range':[0,9]}}  | {a:1,b:2,c:3} | 4
-fewer rows   | form {'b':{'range':[0,9]}}                                          | {b:2}         | 2
-from nothing | form {}; form {'a':{'range':[0,9],'default':4}}                     | {a:4}         | 1
-)");
 }
 
 void tst_ParametersPane::interruptedSetValues()

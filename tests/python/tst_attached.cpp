@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "recordingconsole.h"
+#include "support/recordingconsole.h"
 
 #include <QtTest>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "recordingconsole.h"
 #include "support/madeupmachine.h"
+#include "support/recordingconsole.h"
 #include "support/table.h"
 
 /// The wrapper without an interpreter.

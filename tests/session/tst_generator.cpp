@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "session/generator.h"
 #include "session/session.h"
-#include "support/consoledouble.h"
 #include "support/generatorfolder.h"
-#include "support/testmain.h"
+#include "support/recordingconsole.h"
+#include "support/table.h"
 
 #include <QDir>
-#include <QJsonArray>
-#include <QJsonObject>
-#include <QtTest>
 
 class tst_Generator : public QObject
 {
@@ -16,30 +13,34 @@ class tst_Generator : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void init();
+    void init() { RecordingConsole::clear(); }
     void folderScan();
-    void partNumbersOfOddKinds_data();
-    void partNumbersOfOddKinds();
+    void loading_data() { loadTable("session/sources"); }
+    void loading();
     void sessionFields();
-    void groupListOnlyFromTheClassItself_data();
-    void groupListOnlyFromTheClassItself();
     void valuesReachPython_data();
     void valuesReachPython();
     void failingStatementKeepsPreviousValues();
-    void faultyGenerator_data();
+    void faultyGenerator_data() { loadTable("session/generators"); }
     void faultyGenerator();
-    void textThatWouldBecomeCode_data();
+    void textThatWouldBecomeCode_data() { loadTable("session/code"); }
     void textThatWouldBecomeCode();
-    void secondEditWithinASecondRuns();
-    void loadAfterDeletionChangesNothing();
+    void editsAndDeletion();
     void otherDirectoryAndLocale();
     void loadInsideALoad();
 
 private:
-    QString loadText(const QByteArray &source);
+    /// Writes a module under a name not used before.
+    QString write(const QByteArray &source)
+    {
+        return m_folder.write(QString("settings_m%1.py").arg(++m_modules), source);
+    }
+    static QString nameFrom(const Session &session, const QVariant &value = {})
+    {
+        return session.generate({{"p", QVariantMap{{"value", value}}}}).value("name").toString();
+    }
 
     PythonModule m_python;
-    ConsoleDouble m_console;
     GeneratorFolder m_folder;
     int m_modules = 0;
 };
@@ -48,59 +49,37 @@ void tst_Generator::initTestCase()
 {
     m_python.initialize(L"tst_generator");
     QVERIFY2(PythonModule::isLoaded(), "these tests need a Python 3 library");
-}
-
-void tst_Generator::init()
-{
-    ConsoleDouble::output.clear();
-    ConsoleDouble::errors.clear();
-    ConsoleDouble::onChunk = nullptr;
-}
-
-/// Writes a module under a name not used before.
-QString tst_Generator::loadText(const QByteArray &source)
-{
-    return m_folder.write(QString("settings_m%1.py").arg(++m_modules), source);
+    RecordingConsole::install();
 }
 
 void tst_Generator::folderScan()
 {
     const GeneratorFolder folder;
-    const QString a =
-        folder.write("settings_a.py", "class Settings:\n part_numbers = ['P2', 'P1']\n");
-    const QString b =
-        folder.write("settings_B.py", "class Settings:\n part_numbers = ['P1', 'A10', 'A9']\n");
-    const QString upper =
-        folder.write("SETTINGS_upper.py", "class Settings:\n part_numbers = ['U']\n");
-    folder.write("settings_broken.py", "class Settings:\n part_numbers = nonsense\n");
-    folder.write("other.py", "class Settings:\n part_numbers = ['X']\n");
+    const auto add = [&folder](const char *name, const QByteArray &parts) {
+        return folder.write(name, "class Settings:\n part_numbers = " + parts + "\n");
+    };
+    const QString a = add("settings_a.py", "['P2', 'P1']");
+    const QString b = add("settings_B.py", "['P1', 'A10', 'A9']");
+    const QString upper = add("SETTINGS_upper.py", "['U']");
+    add("settings_broken.py", "nonsense");
+    add("other.py", "['X']");
     const QMap<QString, QString> expected{
         {"A10", b}, {"A9", b}, {"P1", a}, {"P2", a}, {"U", upper}};
     QCOMPARE(generator::findPartNumbers(folder.path()), expected);
-    QVERIFY(ConsoleDouble::errors.contains("NameError"));
+    QVERIFY(RecordingConsole::text(1).contains("NameError"));
     QCOMPARE(generator::findPartNumbers(a), (QMap<QString, QString>{{"P1", a}, {"P2", a}}));
     QCOMPARE(generator::findPartNumbers(folder.path("missing.py")).size(), 0);
     QVERIFY(!QDir(folder.path("__pycache__")).exists());
 }
 
-void tst_Generator::partNumbersOfOddKinds_data()
+void tst_Generator::loading()
 {
-    QTest::addColumn<QByteArray>("value");
-    QTest::addColumn<QStringList>("expected");
-    QTest::newRow("numbers") << QByteArray("[1000000, 2.5]") << QStringList{"1000000", "2.5"};
-    QTest::newRow("tuple") << QByteArray("('T',)") << QStringList{"T"};
-    QTest::newRow("property") << QByteArray("property(lambda self: ['Q'])") << QStringList{"Q"};
-    QTest::newRow("text") << QByteArray("'P1'") << QStringList();
-    QTest::newRow("null element") << QByteArray("[None]") << QStringList{""};
-    QTest::newRow("not serialisable") << QByteArray("[object()]") << QStringList();
-    QTest::newRow("not a number") << QByteArray("[float('nan')]") << QStringList();
-}
-
-void tst_Generator::partNumbersOfOddKinds()
-{
-    QFETCH(const QByteArray, value);
-    const Session session(loadText("class Settings:\n part_numbers = " + value + "\n"), "P");
-    QTEST(session.partNumbers(), "expected");
+    QFETCH(const QString, source);
+    QFETCH(const QString, expression);
+    const Session session(write(source.toUtf8() + '\n'), "P");
+    const QStringList found =
+        expression == "parts" ? session.partNumbers() : session.parameterGroupList().keys();
+    QTEST(found.join(", "), "expected");
     QCOMPARE(session.partNumber(), QString("P"));
 }
 
@@ -116,35 +95,12 @@ void tst_Generator::sessionFields()
     QCOMPARE(session.moduleName(), QString("settings_ab"));
     QCOMPARE(session.partNumber(), QString("B"));
     QCOMPARE(session.parameterList().keys(), QStringList{"B"});
-    QCOMPARE(session.parameterGroupList(), QVariantMap());
 
     const Session missing(m_folder.path("settings_gone.py"), "B");
     QCOMPARE(missing.moduleName(), QString());
     QCOMPARE(missing.partNumber(), QString("B"));
     QCOMPARE(missing.generate({}), QVariantMap());
-    QCOMPARE(ConsoleDouble::errors, QString());
-}
-
-void tst_Generator::groupListOnlyFromTheClassItself_data()
-{
-    QTest::addColumn<QByteArray>("source");
-    QTest::addColumn<bool>("seen");
-    const QByteArray method = " def parameter_group_list(self, part): return {'g': {}}\n";
-    QTest::newRow("own") << "class Settings:\n" + method << true;
-    QTest::newRow("inherited") << "class Base:\n" + method + "class Settings(Base): pass\n"
-                               << false;
-    QTest::newRow("none") << QByteArray("class Settings: pass\n") << false;
-    QTest::newRow("list") << QByteArray(
-        "class Settings:\n def parameter_group_list(self, part): return ['g']\n")
-                          << false;
-}
-
-void tst_Generator::groupListOnlyFromTheClassItself()
-{
-    QFETCH(const QByteArray, source);
-    QFETCH(const bool, seen);
-    const Session session(loadText(source), "P");
-    QCOMPARE(session.parameterGroupList().contains("g"), seen);
+    QCOMPARE(RecordingConsole::text(1), QString());
 }
 
 void tst_Generator::valuesReachPython_data()
@@ -161,134 +117,69 @@ void tst_Generator::valuesReachPython_data()
 void tst_Generator::valuesReachPython()
 {
     QFETCH(const QVariant, value);
-    const Session session(
-        loadText("class Settings:\n def generate(self, part, parameters):\n"
-                 "  return {'name': repr(parameters['p']['value']), 'part': part}\n"),
-        "Ä1");
-    const QVariantMap result = session.generate({{"p", QVariantMap{{"value", value}}}});
-    QTEST(result.value("name").toString(), "expected");
-    QCOMPARE(result.value("part").toString(), QString("Ä1"));
+    const Session session(write("class Settings:\n def generate(self, part, parameters):\n"
+                                "  return {'name': repr(parameters['p']['value']) + part}\n"),
+                          "Ä1");
+    QFETCH(const QString, expected);
+    QCOMPARE(nameFrom(session, value), expected + "Ä1");
 }
 
 void tst_Generator::failingStatementKeepsPreviousValues()
 {
-    const Session session(loadText("class Settings:\n def generate(self, part, parameters):\n"
-                                   "  return {'name': str(parameters)}\n"),
+    const Session session(write("class Settings:\n def generate(self, part, parameters):\n"
+                                "  return {'name': str(parameters['p']['value'])}\n"),
                           "P");
-    QCOMPARE(session.generate({}).value("name").toString(), QString("{}"));
+    QCOMPARE(nameFrom(session, 5), QString("5"));
     // JSON's escape of the quote is taken as one of the Python literal, so that the text breaks.
-    const QVariantMap breaking{{"p", QVariantMap{{"value", "a\"b"}}}};
-    QCOMPARE(session.generate(breaking).value("name").toString(), QString("{}"));
-    QVERIFY2(ConsoleDouble::errors.contains("File \"Tarnwick\", line 1"),
-             qPrintable(ConsoleDouble::errors));
-    const QVariantMap closing{{"p", QVariantMap{{"value", "''');print('ran');('''"}}}};
-    QCOMPARE(session.generate(closing).value("name").toString(), QString("{}"));
-    QCOMPARE(ConsoleDouble::output, QString());
-}
-
-void tst_Generator::faultyGenerator_data()
-{
-    QTest::addColumn<QByteArray>("source");
-    QTest::addColumn<QString>("error");
-    const auto generate = [](const QByteArray &body) {
-        return "import sys\nclass Settings:\n def generate(self, part, parameters):\n  " + body
-            + "\n";
-    };
-    QTest::newRow("does not import") << QByteArray("1/0\n") << "ZeroDivisionError";
-    QTest::newRow("syntax error") << QByteArray("class Settings\n") << "SyntaxError";
-    QTest::newRow("exits on import") << QByteArray("import sys; sys.exit(4)\n") << "SystemExit: 4";
-    QTest::newRow("without Settings") << QByteArray("pass\n") << "AttributeError";
-    QTest::newRow("constructor raises")
-        << QByteArray("class Settings:\n def __init__(self): raise KeyError('init')\n") << "init";
-    QTest::newRow("generate raises") << generate("raise OSError('broken')") << "broken";
-    QTest::newRow("exits") << generate("sys.exit('leaving')") << "SystemExit: leaving";
-    QTest::newRow("wrong type") << generate("return ['list']") << "";
-    QTest::newRow("not a number") << generate("return {'name': float('nan')}") << "";
-    QTest::newRow("recursion") << generate("return self.generate(part, parameters)")
-                               << "RecursionError";
-    QTest::newRow("too deep") << generate(
-        "x = {}\n  for i in range(2000): x = {'k': x}\n  return x")
-                              << "";
-    QTest::newRow("lone surrogate on stderr")
-        << generate("raise ValueError('\\ud800\\0')") << "ValueError: \\ud800\\x00";
+    QCOMPARE(nameFrom(session, "a\"b"), QString("5"));
+    QVERIFY(RecordingConsole::text(1).contains("File \"Tarnwick\", line 1"));
+    QCOMPARE(nameFrom(session, "''');print('ran');('''"), QString("5"));
+    QCOMPARE(RecordingConsole::text(0), QString());
 }
 
 void tst_Generator::faultyGenerator()
 {
-    QFETCH(const QByteArray, source);
+    QFETCH(const QString, source);
     QFETCH(const QString, error);
-    const Session session(loadText(source), "P");
+    const Session session(write(source.toUtf8() + '\n'), "P");
     QCOMPARE(session.parameterList(), QVariantMap());
     QCOMPARE(session.generate({}), QVariantMap());
-    QVERIFY2(ConsoleDouble::errors.contains(error), qPrintable(ConsoleDouble::errors));
-    const Session sound(loadText(GeneratorFolder::source()), "P1");
-    QCOMPARE(sound.generate({}).value("name").toString(), QString("P1_gain3"));
-}
-
-void tst_Generator::textThatWouldBecomeCode_data()
-{
-    QTest::addColumn<QString>("folder");
-    QTest::addColumn<QString>("fileName");
-    QTest::addColumn<QString>("partNumber");
-    QTest::newRow("part with an apostrophe") << ""
-                                             << "settings_inj1.py"
-                                             << "P')+print('ran')+str('";
-    QTest::newRow("part with a line break") << ""
-                                            << "settings_inj2.py"
-                                            << "P\n')";
-    QTest::newRow("part that escapes its end") << ""
-                                               << "settings_inj3.py"
-                                               << "P\\";
-    QTest::newRow("module name") << ""
-                                 << "settings_x or print('ran').py"
-                                 << "P1";
-    QTest::newRow("folder") << "a'+print('ran')+'b"
-                            << "settings_inj5.py"
-                            << "P1";
+    QVERIFY2(RecordingConsole::text(1).contains(error), qPrintable(RecordingConsole::text(1)));
+    QCOMPARE(nameFrom(Session(write(GeneratorFolder::source()), "P1")), QString("P1_gain3"));
 }
 
 void tst_Generator::textThatWouldBecomeCode()
 {
     QFETCH(const QString, folder);
-    QFETCH(const QString, fileName);
-    QFETCH(const QString, partNumber);
+    QFETCH(const QString, file);
+    QFETCH(const QString, part);
     QVERIFY(QDir(m_folder.path()).mkpath("./" + folder));
-    const QString path = m_folder.write("./" + folder + "/" + fileName, GeneratorFolder::source());
-    const Session session(path, partNumber);
+    const Session session(m_folder.write("./" + folder + "/" + file, GeneratorFolder::source()),
+                          part);
     QCOMPARE(session.parameterList(), QVariantMap());
     QCOMPARE(session.generate({}), QVariantMap());
-    QCOMPARE(ConsoleDouble::output, QString());
-    QVERIFY2(ConsoleDouble::errors.contains("ValueError: The "), qPrintable(ConsoleDouble::errors));
+    QCOMPARE(RecordingConsole::text(0), QString());
+    QVERIFY(RecordingConsole::text(1).contains("ValueError: The "));
     // An even number of backslashes leaves the literal's end alone.
-    QVERIFY(!Session(loadText(GeneratorFolder::source()), "P\\\\").parameterList().isEmpty());
+    QVERIFY(!Session(write(GeneratorFolder::source()), "P\\\\").parameterList().isEmpty());
 }
 
-void tst_Generator::secondEditWithinASecondRuns()
+void tst_Generator::editsAndDeletion()
 {
-    const QString path = loadText("class Settings:\n part_numbers = ['A1']\n");
+    const QString path = write("class Settings:\n part_numbers = ['A1']\n");
     Session session(path, "");
-    for (const char *const part : {"A2", "A3", "A4"}) {
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("class Settings:\n part_numbers = ['" + QByteArray(part) + "']\n");
-        file.close();
+    // Within one second and of one length.
+    for (const QString part : {"A2", "A3", "A4"}) {
+        m_folder.write(QFileInfo(path).fileName(),
+                       "class Settings:\n part_numbers = ['" + part.toUtf8() + "']\n");
         session.load();
         QCOMPARE(session.partNumbers(), QStringList{part});
     }
     QCOMPARE(session.partNumber(), QString("A1"));
     QVERIFY(!QDir(m_folder.path("__pycache__")).exists());
-}
-
-void tst_Generator::loadAfterDeletionChangesNothing()
-{
-    const QString path = loadText(GeneratorFolder::source());
-    Session session(path, "P2");
-    const QVariantMap before = session.parameterList();
-    QCOMPARE(before.keys(), (QStringList{"gain", "mode"}));
     QVERIFY(QFile::remove(path));
     session.load();
-    QCOMPARE(session.parameterList(), before);
-    QCOMPARE(session.partNumbers(), (QStringList{"P1", "P2"}));
+    QCOMPARE(session.partNumbers(), QStringList{"A4"});
 }
 
 void tst_Generator::otherDirectoryAndLocale()
@@ -302,7 +193,7 @@ void tst_Generator::otherDirectoryAndLocale()
                            "        try: locale.setlocale(locale.LC_ALL, 'de_DE.UTF-8')\n"
                            "        except locale.Error: pass"));
     Session session("settings_moves.py", "P1");
-    QCOMPARE(session.generate({}).value("name").toString(), QString("P1_gain3"));
+    QCOMPARE(nameFrom(session), QString("P1_gain3"));
     QCOMPARE(QDir::currentPath(), QString("/"));
     session.load();
     QCOMPARE(session.partNumbers(), (QStringList{"P1", "P2"}));
@@ -311,19 +202,24 @@ void tst_Generator::otherDirectoryAndLocale()
     QDir::setCurrent(previous);
 }
 
-// The descriptors are those of the load that was started last.
+/// The descriptors are those of the load that was started last.
 void tst_Generator::loadInsideALoad()
 {
-    const QString path = loadText(
-        "import itertools\nloads = globals().get('loads', itertools.count())\nload = next(loads)\n"
-        "class Settings:\n part_numbers = ['P']\n"
-        " def parameter_list(self, part):\n  print('loading')\n  return {'load%d' % load: {}}\n");
-    Session session(path, "P");
+    Session session(write("import itertools\n"
+                          "loads = globals().get('loads', itertools.count())\n"
+                          "load = next(loads)\n"
+                          "class Settings:\n part_numbers = ['P']\n"
+                          " def parameter_list(self, part):\n"
+                          "  print('loading')\n  return {'load%d' % load: {}}\n"),
+                    "P");
     QCOMPARE(session.parameterList().keys(), QStringList{"load0"});
-    ConsoleDouble::once([&] { session.load(); });
+    RecordingConsole::onWrite = [&] {
+        RecordingConsole::onWrite = nullptr;
+        session.load();
+    };
     session.load();
     QCOMPARE(session.parameterList().keys(), QStringList{"load2"});
 }
 
-TARNWICK_TEST_MAIN(tst_Generator)
+QTEST_GUILESS_MAIN(tst_Generator)
 #include "tst_generator.moc"
