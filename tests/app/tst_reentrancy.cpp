@@ -25,6 +25,7 @@ private Q_SLOTS:
     void modeBeingBuiltDoesNotJoinTheNewSession();
     void newerOpeningWins();
     void changedTwentyDeep();
+    void printedLinesAndAThread();
     void savedWhileOpening();
     void savedWhileClosingTheLastTab();
     void matrix_data();
@@ -169,6 +170,23 @@ void tst_Reentrancy::changedTwentyDeep()
     QCOMPARE(gain()->value(), 22);
     QCOMPARE(pane(mode(), "notes"), QString("gain 22"));
     QCOMPARE(titles(), QString("P1_gain22"));
+}
+
+/// A generator that prints a lot and starts a thread that never stops printing.
+void tst_Reentrancy::printedLinesAndAThread()
+{
+    m_folder->write("settings_test.py",
+                    GeneratorFolder::source(
+                        "for i in range(20000): print(i)\n"
+                        "        import threading, time\n"
+                        "        def talk():\n"
+                        "            while True: print('still here'); time.sleep(0.001)\n"
+                        "        threading.Thread(target=talk, daemon=True).start()"));
+    openSession();
+    QVERIFY(ConsoleDouble::output.contains("19999\n"));
+    QCOMPARE(pane(mode(), "notes"), QString("gain 1"));
+    QTRY_VERIFY(child<QPlainTextEdit>("console")->toPlainText().contains("still here"));
+    QVERIFY(child<QPlainTextEdit>("console")->blockCount() <= 5000);
 }
 
 void tst_Reentrancy::savedWhileOpening()
