@@ -152,7 +152,10 @@ void PythonEditor::applyFontScale(int percent)
 void PythonEditor::applyDarkMode(bool on)
 {
     m_ui->edit->setDarkMode(on);
-    QSettings().setValue(darkModeKey, on ? 1 : 0);
+    // Writing takes as long as all the rest of the editor's start.
+    QSettings settings;
+    if (settings.value(darkModeKey) != QVariant(on ? 1 : 0))
+        settings.setValue(darkModeKey, on ? 1 : 0);
 }
 
 void PythonEditor::keyPressEvent(QKeyEvent *event)

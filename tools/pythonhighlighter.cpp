@@ -91,15 +91,13 @@ const QVector<RuleText> &ruleTexts()
     return rules;
 }
 
-/// Compiled once for all highlighters and palettes.
+/// Compiled once for all highlighters and palettes, at the first use of each.
 const QVector<QRegularExpression> &patterns()
 {
     static const QVector<QRegularExpression> patterns = [] {
         QVector<QRegularExpression> compiled;
-        for (const RuleText &rule : ruleTexts()) {
+        for (const RuleText &rule : ruleTexts())
             compiled.append(QRegularExpression(rule.pattern));
-            compiled.last().optimize();
-        }
         return compiled;
     }();
     return patterns;
