@@ -15,6 +15,7 @@
 #include "tools/pythoneditor.h"
 #include "ui_tarnwick.h"
 
+#include <QFileInfo>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMessageBox>
@@ -75,11 +76,13 @@ void Tarnwick::openSession(const QString &modulePath,
         if (!PythonModule::isLoaded())
             return;
         const int change = ++m_sessionChanges;
+        // Loading the generator may change the current folder.
+        const QString file = QFileInfo(modulePath).absoluteFilePath();
         const auto session = std::make_shared<Session>(modulePath, partNumber);
         if (change != m_sessionChanges)
             return;
         m_session = session;
-        m_editor->loadFile(m_session->modulePath());
+        m_editor->loadFile(file);
         setWindowTitle(tr("Tarnwick ") + m_session->partNumber());
     }
     addModeWindow(values);

@@ -48,7 +48,7 @@ void startBarePython()
     QString path;
     for (int minor = 4; path.isEmpty() && minor < 30; ++minor) {
         for (const std::string &directory : machine.installedDirectories(minor)) {
-            for (const std::string &library : machine.pythonLibraries(directory, {}))
+            for (const std::string &library : machine.pythonLibraries(directory, {}, minor))
                 path = QString::fromStdString(library);
         }
     }

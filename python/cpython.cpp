@@ -17,7 +17,7 @@ bool CPython::s_startedElsewhere = false;
 std::thread::id CPython::s_initialisingThread;
 long CPython::s_processId = 0;
 char CPython::s_versionString[16] = "";
-int CPython::s_runDepth = 0;
+std::atomic<int> CPython::s_runDepth{0};
 std::atomic<bool> CPython::s_stopRequested{false};
 std::atomic<int> CPython::s_executionTimeLimit{0};
 
@@ -197,7 +197,7 @@ class CPython::Run final
 public:
     Run()
     {
-        if (isCounted())
+        if (isInitialisingThread())
             ++s_runDepth;
     }
     ~Run()
@@ -205,7 +205,7 @@ public:
         // A child that a script forked comes back here with a copy of this program around it.
         if (isForkedChild())
             s_platform->endProcess(0);
-        if (isCounted())
+        if (isInitialisingThread())
             --s_runDepth;
     }
     Run(const Run &) = delete;
@@ -215,11 +215,6 @@ public:
     [[nodiscard]] bool isPossible() const { return m_lock.isLocked(); }
 
 private:
-    [[nodiscard]] static bool isCounted()
-    {
-        return std::this_thread::get_id() == s_initialisingThread;
-    }
-
     const GilGuard m_lock;
 };
 
@@ -340,6 +335,11 @@ void CPython::shutDown()
         s_platform->endProcess(0);
 }
 
+bool CPython::isInitialisingThread()
+{
+    return std::this_thread::get_id() == s_initialisingThread;
+}
+
 bool CPython::isForkedChild()
 {
     return s_platform->processId() != s_processId;
@@ -364,7 +364,7 @@ bool CPython::continueRunning()
 
 int CPython::runCode(const char *code, const char *fileName)
 {
-    if (s_executionTimeLimit <= 0 || std::this_thread::get_id() != s_initialisingThread)
+    if (s_executionTimeLimit <= 0 || !isInitialisingThread())
         return execute(code, fileName);
     if (!isLoaded())
         return -2;

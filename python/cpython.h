@@ -84,6 +84,8 @@ protected:
     /// false ends it with a KeyboardInterrupt.
     virtual bool continueRunning();
 
+    /// True on the thread that started the interpreter.
+    [[nodiscard]] static bool isInitialisingThread();
     /// True in a process that a script forked off. Such a child owns no window and no display.
     [[nodiscard]] static bool isForkedChild();
     [[nodiscard]] static Platform &platform() { return *s_platform; }
@@ -104,7 +106,7 @@ private:
     static std::thread::id s_initialisingThread;
     static long s_processId;
     static char s_versionString[16];
-    static int s_runDepth;
+    static std::atomic<int> s_runDepth;
     static std::atomic<bool> s_stopRequested;
     static std::atomic<int> s_executionTimeLimit;
 

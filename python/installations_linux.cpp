@@ -120,8 +120,8 @@ std::vector<std::string> installations::directories(int minor)
     static const std::vector<Installation> found = findInstallations();
     std::vector<std::string> directories;
     for (const auto &[directory, versions] : found) {
-        // The library of the limited interface does not say which version it belongs to.
-        if (versions.empty() || std::count(versions.begin(), versions.end(), minor) > 0)
+        if (versions.empty() ? minor == highestMinorVersion
+                             : std::count(versions.begin(), versions.end(), minor) > 0)
             directories.push_back(directory);
     }
     return directories;
@@ -136,22 +136,24 @@ std::string installations::prefix(const std::string &home)
         : home;
 }
 
-std::vector<std::string> installations::libraries(const std::string &directory,
-                                                  const std::string &environment)
+std::vector<std::string>
+installations::libraries(const std::string &directory, const std::string &environment, int minor)
 {
     std::vector<std::string> directories{directory};
     if (const std::string base = prefix(directory); base != directory)
         directories = {base + "/lib", base + "/lib/" TARNWICK_MULTIARCH, base + "/lib64"};
     std::vector<std::string> paths;
     for (const std::string &place : directories) {
-        for (const int minor : versionsIn(place)) {
-            if (environment.empty()
-                || exists(environment + "/lib/python3." + std::to_string(minor)))
-                paths.push_back(place + libraryName(minor));
+        for (const int version : versionsIn(place)) {
+            const bool isWanted = minor == 0 || version == minor;
+            if (isWanted
+                && (environment.empty()
+                    || exists(environment + "/lib/python3." + std::to_string(version))))
+                paths.push_back(place + libraryName(version));
         }
     }
     for (const std::string &place : directories) {
-        if (exists(place + limitedLibrary))
+        if (exists(place + limitedLibrary) && (minor == 0 || paths.empty()))
             paths.push_back(place + limitedLibrary);
     }
     return paths;

@@ -35,9 +35,11 @@ public:
     [[nodiscard]] virtual Library programWithPython() = 0;
 
     /// The paths at which a Python library may lie that belongs to \a directory, in the order in which
-    /// they are to be tried. With an \a environment, only those of its version.
-    [[nodiscard]] virtual std::vector<std::string>
-    pythonLibraries(const std::string &directory, const std::string &environment) = 0;
+    /// they are to be tried. With an \a environment, only those of its version; with a \a minor
+    /// above 0, only those of Python 3.\a minor.
+    [[nodiscard]] virtual std::vector<std::string> pythonLibraries(const std::string &directory,
+                                                                   const std::string &environment,
+                                                                   int minor) = 0;
     /// Loads a library by its full path, or gives null.
     [[nodiscard]] virtual Library loadLibrary(const std::string &path) = 0;
     /// Makes a loaded library's symbols visible to extension modules, and keeps it in the process for

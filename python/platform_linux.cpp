@@ -54,9 +54,10 @@ public:
     }
 
     std::vector<std::string> pythonLibraries(const std::string &directory,
-                                             const std::string &environment) override
+                                             const std::string &environment,
+                                             int minor) override
     {
-        return installations::libraries(directory, environment);
+        return installations::libraries(directory, environment, minor);
     }
 
     // Local at first: what is not kept must not answer the calls of the next one.

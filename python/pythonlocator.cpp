@@ -112,7 +112,7 @@ bool PythonLocator::locate(const std::string &givenDirectory)
     while (!m_library && m_candidateIndex < m_candidates.size()) {
         std::string directory;
         if (nextCandidateDirectory(&directory)) {
-            std::ignore = loadLibraryIn(directory);
+            std::ignore = loadLibraryIn(directory, m_candidateVersions[m_candidateIndex]);
         } else {
             ++m_candidateIndex;
             m_directoryIndex = 0;
@@ -214,19 +214,23 @@ bool PythonLocator::buildCandidateList()
         if (!directory.empty())
             candidate += candidate.empty() ? directory : ';' + directory;
     };
+    const auto keep = [this](const std::string &candidate, int minor) {
+        if (candidate.empty())
+            return;
+        m_candidates.push_back(candidate);
+        m_candidateVersions.push_back(minor);
+    };
     for (int minor = lowestMinorVersion; minor <= highestMinorVersion; ++minor) {
         for (const char *suffix : {"", "-64"}) {
             std::string candidate;
             for (const char *valueName : {"InstallPath", "PythonPath"})
                 append(candidate, registeredDirectory(minor, suffix, valueName));
-            if (!candidate.empty())
-                m_candidates.push_back(candidate);
+            keep(candidate, 0);
         }
         std::string candidate;
         for (const std::string &directory : m_platform.installedDirectories(minor))
             append(candidate, directory);
-        if (!candidate.empty())
-            m_candidates.push_back(candidate);
+        keep(candidate, minor);
     }
     return !m_candidates.empty();
 }
@@ -270,9 +274,10 @@ bool PythonLocator::nextCandidateDirectory(std::string *directory)
     return true;
 }
 
-bool PythonLocator::loadLibraryIn(const std::string &directory)
+bool PythonLocator::loadLibraryIn(const std::string &directory, int minor)
 {
-    for (const std::string &path : m_platform.pythonLibraries(directory, m_environmentDirectory)) {
+    for (const std::string &path :
+         m_platform.pythonLibraries(directory, m_environmentDirectory, minor)) {
         m_library = loadLibraryAt(path);
         if (m_library)
             return true;
@@ -285,7 +290,9 @@ Platform::Library PythonLocator::loadLibraryAt(const std::string &path)
 {
     const std::string directory = path.substr(0, path.find_last_of("/\\") + 1);
     const std::string currentDirectory = m_platform.currentDirectory();
-    m_platform.setCurrentDirectory(directory);
+    // One that has no name could not be returned to.
+    if (!currentDirectory.empty())
+        m_platform.setCurrentDirectory(directory);
     SavedEnvironment environment(m_platform);
     if (m_environmentKind != EnvironmentKind::Plain) {
         environment.set("VIRTUAL_ENV", m_environmentDirectory);
@@ -297,7 +304,8 @@ Platform::Library PythonLocator::loadLibraryAt(const std::string &path)
     Platform::Library library = loadUsable(path);
     if (!library)
         environment.restore();
-    m_platform.setCurrentDirectory(currentDirectory);
+    if (!currentDirectory.empty())
+        m_platform.setCurrentDirectory(currentDirectory);
     return library;
 }
 

@@ -52,7 +52,7 @@ private:
     registeredDirectory(int minor, const std::string &suffix, const std::string &valueName);
     [[nodiscard]] bool nextCandidateDirectory(std::string *directory);
 
-    [[nodiscard]] bool loadLibraryIn(const std::string &directory);
+    [[nodiscard]] bool loadLibraryIn(const std::string &directory, int minor = 0);
     [[nodiscard]] Platform::Library loadLibraryAt(const std::string &path);
     [[nodiscard]] Platform::Library loadUsable(const std::string &path);
 
@@ -64,6 +64,8 @@ private:
     bool m_includeSystemSitePackages = false;
     // Each one a list of directories joined by ';': the installation, then its module path.
     std::vector<std::string> m_candidates;
+    // The version that each one is looked for; 0 where the registry tells.
+    std::vector<int> m_candidateVersions;
     std::size_t m_candidateIndex = 0;
     std::size_t m_directoryIndex = 0;
 };

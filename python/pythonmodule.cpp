@@ -17,6 +17,9 @@ struct ConsoleStream
     static constexpr int errorUnit = 1;
 
     static void write(int unit, const char *text);
+    /// Lets go of the interpreter lock meanwhile, unless this is the thread that started it: the
+    /// console may make other threads wait. \a text belongs to an object that the caller keeps.
+    static void writeUnlocked(int unit, const char *text);
     static std::string readLine();
 };
 
@@ -27,6 +30,17 @@ void ConsoleStream::write(int unit, const char *text)
             unit == errorUnit ? 2 : 1, text, std::strlen(text));
     else if (const auto entry = writeEntry.load())
         entry(unit, text);
+}
+
+void ConsoleStream::writeUnlocked(int unit, const char *text)
+{
+    if (PythonModule::isInitialisingThread() || PythonModule::isForkedChild()) {
+        write(unit, text);
+        return;
+    }
+    PyThreadState *const state = py.PyEval_SaveThread();
+    write(unit, text);
+    py.PyEval_RestoreThread(state);
 }
 
 std::string ConsoleStream::readLine()
@@ -131,7 +145,7 @@ PyObject *consoleWrite(PyObject *self, PyObject *arguments)
     const char *text = nullptr;
     const int unit = unitOf(self);
     if (py.PyArg_ParseTuple(arguments, "s", &text))
-        ConsoleStream::write(unit, text);
+        ConsoleStream::writeUnlocked(unit, text);
     else if (unit != ConsoleStream::errorUnit || !writeEscaped(arguments))
         return nullptr;
     return shared(py.None);

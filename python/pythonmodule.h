@@ -13,7 +13,8 @@ class PythonModule : public CPython
 public:
     /// The way up to the console. Unit 1 is the error stream, every other unit the output; text is
     /// UTF-8 without NUL. readLine gives the user's line with its line feed. Both may be called from
-    /// any thread: writeText with the interpreter lock held, readLine without it.
+    /// any thread: readLine without the interpreter lock, writeText with it on the thread that
+    /// started the interpreter and mostly without it on others.
     struct ConsoleEntries
     {
         void (*writeText)(int unit, const char *text) = nullptr;

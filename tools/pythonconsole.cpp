@@ -16,6 +16,7 @@
 #include <QThread>
 
 #include <cstring>
+#include <utility>
 
 PythonConsole *PythonConsole::s_current = nullptr;
 QMutex PythonConsole::s_mutex;
@@ -30,6 +31,11 @@ constexpr std::size_t mostBytes = 65536;
 constexpr std::size_t mostPromptBytes = 1024;
 constexpr int errorPause = 100; // milliseconds after the last chunk of a burst
 constexpr int framePause = 16; // milliseconds between two paintings
+// So many chunks of a burst are painted one by one; what a script prints before it goes on computing
+// is mostly less.
+constexpr int paintedChunks = 20;
+// Threads that print faster than their text can be shown wait from then on.
+constexpr int mostChunksInFlight = 500;
 // Statements that start each other from nested events would use up the stack.
 constexpr int mostRunningStatements = 50;
 
@@ -80,6 +86,7 @@ PythonConsole::PythonConsole(CPython *python, QWidget *parent)
     buildHistory();
     m_errorTimer->setSingleShot(true);
     m_paintTimer.setSingleShot(true);
+    m_roomTimer.setSingleShot(true);
     m_ui->console->document()->setMaximumBlockCount(mostLines);
     makeConnections();
 }
@@ -108,6 +115,8 @@ void PythonConsole::buildHistory()
     m_completer->setCompletionMode(QCompleter::UnfilteredPopupCompletion);
     m_completer->setMaxVisibleItems(shownStatements);
     m_ui->prompt->setCompleter(m_completer);
+    // After the completer's own filter, so that it comes first.
+    m_completer->popup()->installEventFilter(this);
 }
 
 void PythonConsole::makeConnections()
@@ -121,6 +130,7 @@ void PythonConsole::makeConnections()
         [this](const char *text) {
             append(QString::fromUtf8(text));
             delete[] text;
+            makeRoom();
         },
         Qt::QueuedConnection);
     connect(
@@ -130,6 +140,7 @@ void PythonConsole::makeConnections()
         [this](const char *text) {
             appendError(QString::fromUtf8(text));
             delete[] text;
+            makeRoom();
         },
         Qt::QueuedConnection);
     connect(this,
@@ -138,6 +149,11 @@ void PythonConsole::makeConnections()
             &PythonConsole::serveThread,
             Qt::QueuedConnection);
     connect(m_errorTimer, &QTimer::timeout, this, &PythonConsole::reportErrors);
+    connect(&m_roomTimer, &QTimer::timeout, this, [this] {
+        const QMutexLocker lock(&s_mutex);
+        m_chunksInFlight -= std::exchange(m_chunksShown, 0);
+        m_answered.wakeAll();
+    });
     connect(&m_paintTimer, &QTimer::timeout, this, &PythonConsole::resumePainting);
 }
 
@@ -153,8 +169,6 @@ void PythonConsole::runStatement()
     if (statement.isEmpty() || m_runningStatements >= mostRunningStatements)
         return;
     remember(statement);
-    // It would stay open until the statement has run.
-    m_completer->popup()->hide();
     const QByteArray line = (statement + QLatin1Char('\n')).toUtf8();
     const QPointer<PythonConsole> alive(this);
     ++m_runningStatements;
@@ -192,6 +206,20 @@ void PythonConsole::keyPressEvent(QKeyEvent *event)
     QWidget::keyPressEvent(event);
 }
 
+/// Enter runs what stands in the field. The completer would put its own row there afterwards, and keep
+/// the list open meanwhile.
+bool PythonConsole::eventFilter(QObject *watched, QEvent *event)
+{
+    const bool isEnter = event->type() == QEvent::KeyPress
+        && (static_cast<QKeyEvent *>(event)->key() == Qt::Key_Return
+            || static_cast<QKeyEvent *>(event)->key() == Qt::Key_Enter);
+    if (!isEnter || watched != m_completer->popup())
+        return QWidget::eventFilter(watched, event);
+    m_completer->popup()->hide();
+    QCoreApplication::sendEvent(m_ui->prompt, event);
+    return true;
+}
+
 void PythonConsole::writeText(int unit, const char *text)
 {
     // Half of the chunks of print(..., end='') and of tracebacks are empty.
@@ -207,7 +235,11 @@ void PythonConsole::writeText(int unit, const char *text)
         console->receive(unit, text);
         return;
     }
+    console->waitForRoom();
+    if (s_current != console)
+        return;
     char *const copy = copyOf(text);
+    ++console->m_chunksInFlight;
     if (unit == 1)
         Q_EMIT console->newStderrData(copy);
     else
@@ -223,6 +255,29 @@ void PythonConsole::writeText(int unit, const char *text)
     }
 }
 
+/// Holds a thread back while its text comes faster than it can be shown. Called with the mutex held. A
+/// script of the GUI thread that lets no events through is not waited for: it may wait for that thread.
+void PythonConsole::waitForRoom()
+{
+    constexpr unsigned long pause = 50; // milliseconds until the GUI thread is looked at again
+    ++m_waitingThreads;
+    while (m_chunksInFlight >= mostChunksInFlight && !m_inputHasEnded
+           && (m_lettingThrough > 0 || !CPython::isRunning())) {
+        m_answered.wait(&s_mutex, pause);
+    }
+    --m_waitingThreads;
+    m_answered.wakeAll();
+}
+
+/// A chunk of another thread was shown. Room is made when the event loop comes round, so that it does:
+/// it would go on showing what is posted meanwhile for ever.
+void PythonConsole::makeRoom()
+{
+    ++m_chunksShown;
+    if (!m_roomTimer.isActive())
+        m_roomTimer.start(0);
+}
+
 /// Shows a chunk that the GUI thread prints, and lets events through.
 void PythonConsole::receive(int unit, const char *text)
 {
@@ -234,8 +289,12 @@ void PythonConsole::receive(int unit, const char *text)
         appendError(shown);
     else
         append(shown);
+    ++m_lettingThrough;
     QCoreApplication::processEvents();
-    if (!alive || unit == 1)
+    if (!alive)
+        return;
+    --m_lettingThrough;
+    if (unit == 1)
         return;
     const bool isPrompt =
         std::strlen(copy.get()) <= mostPromptBytes && !std::strchr(copy.get(), '\n');
@@ -272,7 +331,9 @@ void PythonConsole::holdPainting()
 {
     if (!m_ui->console->isVisible())
         return;
-    if (m_lastPaint.isValid() && m_lastPaint.elapsed() < framePause) {
+    m_burst = m_lastChunk.isValid() && m_lastChunk.elapsed() < framePause ? m_burst + 1 : 0;
+    m_lastChunk.start();
+    if (m_burst >= paintedChunks && m_lastPaint.isValid() && m_lastPaint.elapsed() < framePause) {
         m_ui->console->setUpdatesEnabled(false);
         if (!m_paintTimer.isActive())
             m_paintTimer.start(framePause);

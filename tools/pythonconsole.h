@@ -55,6 +55,7 @@ Q_SIGNALS:
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     /// A thread that waits for a line.
@@ -73,6 +74,8 @@ private:
     void receive(int unit, const char *text);
     void append(const QString &text);
     void appendError(const QString &text);
+    void waitForRoom();
+    void makeRoom();
     void holdPainting();
     void resumePainting();
     void reportErrors();
@@ -96,9 +99,18 @@ private:
     QWaitCondition m_answered;
     bool m_inputHasEnded = false;
     int m_waitingThreads = 0;
+    /// Chunks of other threads that were not shown yet, and those shown since the event loop came
+    /// round last.
+    int m_chunksInFlight = 0;
+    int m_chunksShown = 0;
+    /// The depth of events that are let through from inside scripts.
+    int m_lettingThrough = 0;
+    QTimer m_roomTimer;
     QTimer *const m_errorTimer;
     QString m_errors;
     QTimer m_paintTimer;
     QElapsedTimer m_lastPaint;
+    QElapsedTimer m_lastChunk;
+    int m_burst = 0;
     int m_runningStatements = 0;
 };

@@ -91,18 +91,20 @@ QString PythonEditor::text() const
 
 void PythonEditor::loadFile(const QString &path)
 {
+    // Scripts may change the current folder before the file is saved.
+    const QFileInfo file(QFileInfo(path).absoluteFilePath());
     QByteArray bytes;
-    if (path == m_fileName || !readTextFile(path, &bytes))
+    if (file.filePath() == m_fileName || !readTextFile(file.filePath(), &bytes))
         return;
+    m_ui->edit->clear();
     m_ui->line->setText(tr("Line 0"));
     m_ui->edit->setPlainText(m_source.decode(bytes));
-    m_fileName = path;
-    const QFileInfo file(path);
+    m_fileName = file.filePath();
     const bool keepsItsBytes = m_source.encode(text()) == bytes;
     m_ui->edit->setReadOnly(!keepsItsBytes);
     m_ui->file->setText(keepsItsBytes ? file.fileName()
                                       : tr("%1 (read-only: not UTF-8 text)").arg(file.fileName()));
-    m_ui->file->setToolTip(file.absoluteFilePath());
+    m_ui->file->setToolTip(m_fileName);
 }
 
 void PythonEditor::saveFile()

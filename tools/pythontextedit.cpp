@@ -184,7 +184,8 @@ void PythonTextEdit::keyPressEvent(QKeyEvent *event)
         return;
     }
     QPlainTextEdit::keyPressEvent(event);
-    if (event->modifiers() == Qt::NoModifier
+    // Without a cursor in the text the arrow keys scroll.
+    if (!isReadOnly() && event->modifiers() == Qt::NoModifier
         && (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down)) {
         keepCursorMargin(event->key() == Qt::Key_Up);
         event->accept();
@@ -208,7 +209,10 @@ bool PythonTextEdit::handleKey(int key, Qt::KeyboardModifiers modifiers)
         return true;
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        return plain && insertNewlineWithIndent();
+        // The base class would insert a line separator, which Python does not know.
+        if (modifiers == Qt::ShiftModifier)
+            insertPlainText(QStringLiteral("\n"));
+        return modifiers == Qt::ShiftModifier || (plain && insertNewlineWithIndent());
     case Qt::Key_C:
         if (modifiers != Qt::ControlModifier || hasSelection)
             return false;

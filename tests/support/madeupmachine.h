@@ -41,7 +41,8 @@ struct MadeUpMachine : Platform
     }
     Library programWithPython() override { return nullptr; }
     std::vector<std::string> pythonLibraries(const std::string &directory,
-                                             const std::string &) override
+                                             const std::string &,
+                                             int) override
     {
         return {directory + "\\python3.dll"};
     }

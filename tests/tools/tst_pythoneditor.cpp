@@ -281,7 +281,7 @@ void tst_PythonEditor::loadAndSave()
     m_editor->loadFile(a);
     QCOMPARE(child<QLabel>("file")->text(), QString("a.py"));
     QCOMPARE(child<QLabel>("file")->toolTip(), a);
-    QCOMPARE(child<QLabel>("line")->text(), QString("Line 1"));
+    QCOMPARE(child<QLabel>("line")->text(), QString("Line 0"));
 
     QSignalSpy changes(m_editor.get(), &PythonEditor::modificationChanged);
     press("x");
