@@ -412,7 +412,11 @@ std::string PythonConsole::handleInput()
     const QString prompt =
         m_pendingPrompt.isEmpty() ? tr("Script requests user input") : m_pendingPrompt;
     const QPointer<PythonInputDlg> dialog(new PythonInputDlg(tr("Python: ") + prompt, this));
+    const QPointer<PythonConsole> alive(this);
+    ++m_lettingThrough;
     const bool accepted = dialog->exec() == QDialog::Accepted;
+    if (alive)
+        --m_lettingThrough;
     // This console may be gone, and the dialog with it.
     const std::unique_ptr<PythonInputDlg> owner(dialog);
     return owner && accepted ? owner->text().toUtf8().toStdString() : std::string();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "python/pythonmodule.h"
+#include "support/modaldriver.h"
 #include "support/testmain.h"
 #include "tools/pythonconsole.h"
 
@@ -41,7 +42,12 @@ private Q_SLOTS:
         connect(&timer, &QTimer::timeout, this, [&rounds] { ++rounds; });
         timer.start(1);
         QTRY_VERIFY(rounds > 20);
-        CPython::execute("going = False\nprint('from the script')\nthread.join()\n");
+        // A question to the user as well.
+        ModalDriver driver;
+        driver.expect([](QDialog *dialog) { dialog->accept(); });
+        CPython::execute("input('go on?')\ngoing = False\nprint('from the script')\n"
+                         "thread.join()\n");
+        QCOMPARE(driver.pending(), 0);
         QTRY_VERIFY(output().contains("from the script"));
     }
     /// A script that lets no events through may wait for a thread that prints.
