@@ -44,6 +44,13 @@ bool isGuiThread(const QObject *object)
     return object->thread() == QThread::currentThread();
 }
 
+/// What a script asks with a chunk: itself, unless it is long or ends a line.
+QString promptIn(const char *chunk)
+{
+    const bool isPrompt = std::strlen(chunk) <= mostPromptBytes && !std::strchr(chunk, '\n');
+    return isPrompt ? QString::fromUtf8(chunk) : QString();
+}
+
 /// A copy on the heap, cut to the length that one chunk may have.
 char *copyOf(const char *text)
 {
@@ -245,12 +252,9 @@ void PythonConsole::writeText(int unit, const char *text)
     else
         Q_EMIT console->newStdoutData(copy);
     if (unit != 1) {
-        const bool isPrompt = std::strlen(text) <= mostPromptBytes && !std::strchr(text, '\n');
         QMetaObject::invokeMethod(
             console,
-            [console, prompt = isPrompt ? QString::fromUtf8(text) : QString()] {
-                console->m_pendingPrompt = prompt;
-            },
+            [console, prompt = promptIn(text)] { console->m_pendingPrompt = prompt; },
             Qt::QueuedConnection);
     }
 }
@@ -294,11 +298,8 @@ void PythonConsole::receive(int unit, const char *text)
     if (!alive)
         return;
     --m_lettingThrough;
-    if (unit == 1)
-        return;
-    const bool isPrompt =
-        std::strlen(copy.get()) <= mostPromptBytes && !std::strchr(copy.get(), '\n');
-    m_pendingPrompt = isPrompt ? shown : QString();
+    if (unit != 1)
+        m_pendingPrompt = promptIn(copy.get());
 }
 
 /// Adds text at the end. The view follows the end unless the user has scrolled away from it, and a

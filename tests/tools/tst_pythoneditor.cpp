@@ -7,6 +7,7 @@
 #include <QCheckBox>
 #include <QClipboard>
 #include <QDialog>
+#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -298,6 +299,17 @@ void tst_PythonEditor::loadAndSave()
     press("Ctrl+S");
     QVERIFY(m_editor->isModified());
     QCOMPARE(read(a), QByteArray("xone\ntwo\n"));
+    m_editor->loadFile(b);
+    // Scripts may change the folder that a path was relative to.
+    const QString previous = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(m_folder.path()) && QDir().mkpath("sub"));
+    write("c.py", "four\n");
+    m_editor->loadFile("c.py");
+    QVERIFY(QDir::setCurrent("sub"));
+    press("z Ctrl+S");
+    QCOMPARE(read(m_folder.filePath("c.py")), QByteArray("zfour\n"));
+    QVERIFY(!QFile::exists("c.py"));
+    QVERIFY(QDir::setCurrent(previous));
     m_editor->loadFile(b);
     QCOMPARE(m_edit->toPlainText(), QString("three\n"));
     QCOMPARE(child<QLabel>("line")->text(), QString("Line 0"));
