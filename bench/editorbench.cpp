@@ -10,6 +10,7 @@
 
 #include <QFile>
 #include <QRegularExpression>
+#include <QSyntaxHighlighter>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
