@@ -3,7 +3,7 @@
 
 #include <QApplication>
 #include <QDebug>
-#include <QDialog>
+#include <QFileDialog>
 #include <QLineEdit>
 #include <QTimer>
 
@@ -31,6 +31,8 @@ public:
         chooser->findChild<QLineEdit *>("fileNameEdit")->setText(path);
         static_cast<QDialog *>(chooser)->accept();
     }
+    /// The title of the newest dialog, for a file chooser with its filters.
+    QString newest() const { return m_newest; }
     int unexpected() const { return m_unexpected; }
     int pending() const { return m_answers.size(); }
 
@@ -42,6 +44,9 @@ private:
         if (!dialog || !dialog->isVisible() || dialog->property(seen).toBool())
             return;
         dialog->setProperty(seen, true);
+        m_newest = dialog->windowTitle();
+        if (const auto *const chooser = qobject_cast<QFileDialog *>(dialog))
+            m_newest += ": " + chooser->nameFilters().join(", ");
         if (m_answers.isEmpty() && m_general) {
             QTimer::singleShot(0, dialog, [answer = m_general, dialog] { answer(dialog); });
         } else if (m_answers.isEmpty()) {
@@ -59,5 +64,6 @@ private:
     QTimer m_timer;
     QVector<Answer> m_answers;
     Answer m_general;
+    QString m_newest;
     int m_unexpected = 0;
 };

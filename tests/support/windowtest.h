@@ -3,7 +3,6 @@
 
 #include "app/identity.h"
 #include "app/tarnwick.h"
-#include "params/parameterspane.h"
 #include "session/sessionwindow.h"
 #include "support/consoledouble.h"
 #include "support/generatorfolder.h"
@@ -15,9 +14,6 @@
 #include <QCheckBox>
 #include <QDockWidget>
 #include <QFileDialog>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QListWidget>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -59,8 +55,82 @@ protected:
             QTest::qWait(150);
         for (QDockWidget *const dock : m_window->findChildren<QDockWidget *>())
             dock->hide();
+        child<QPlainTextEdit>("edit")->document()->setModified(false);
         area()->closeAllSubWindows();
         QVERIFY(QTest::qWaitFor([this] { return sessionWindows() == 0; }));
+    }
+
+    /// Does as the user does, step by step: "pick P1; New; gain 0 9; Clone_Mode". Pick, choose, accept,
+    /// cancel, warn and ask are about the next dialog; what is no verb is an entry of the menus. Files
+    /// are those in the test's folder, which @F stands for.
+    void act(QString steps)
+    {
+        for (const QString &step : steps.replace("@F", m_folder->path()).split("; ")) {
+            const QString rest = step.section(' ', 1);
+            const QString first = rest.section(' ', 0, 0);
+            const QString second = rest.section(' ', 1);
+            const int index = first.toInt();
+            const QMap<QString, std::function<void()>> verbs{
+                {"pick", [&] { m_driver->expect(picking(rest)); }},
+                {"choose", [&] { choose(m_folder->path(rest)); }},
+                {"accept", [&] { m_driver->expect([](QDialog *dialog) { dialog->accept(); }); }},
+                {"cancel", [&] { m_driver->expect([](QDialog *dialog) { dialog->reject(); }); }},
+                {"warn", [&] { expectBox("Tarnwick - Session file", rest); }},
+                {"ask", [&] { expectBox("Tarnwick - Unsaved Changes", m_question.arg(rest)); }},
+                {"recent", [&] { recentFile()->trigger(); }},
+                {"file", [&] { m_folder->write(first, second.toLatin1()); }},
+                {"link",
+                 [&] {
+                     QVERIFY(QFile::remove(m_folder->path(first))
+                             && QFile::link(second, m_folder->path(first)));
+                 }},
+                {"generator",
+                 [&] {
+                     m_folder->write("settings_test.py", GeneratorFolder::source(rest.toUtf8()));
+                 }},
+                {"session", [&] { sessionFile(second.toUtf8(), first); }},
+                {"locations",
+                 [&] {
+                     QSettings().setValue("pyLocations", QStringList{"/no", rest});
+                 }},
+                {"start", [&] { std::ignore = m_window->startSession(m_folder->path(rest)); }},
+                {"gain", [&] { gain(index)->setValue(second.toInt()); }},
+                {"click", [&] { click(mode(index)->findChild<QCheckBox *>(second)); }},
+                {"close", [&] { closeTab(index); }},
+                {"mode", [&] { child<QMenu>("menuModes")->actions().at(3 + index)->trigger(); }},
+                {"edit", [&] { child<QPlainTextEdit>("edit")->insertPlainText(rest); }},
+                {"hide", [&] { m_window->hide(); }},
+                {"show", [&] { m_window->show(); }},
+                {"settle", [&] { QTest::qWait(1); }}};
+            const auto verb = verbs.value(step.section(' ', 0, 0));
+            verb ? verb() : trigger(qPrintable("action" + step));
+        }
+    }
+    /// Plays the steps of the running row and compares the tabs, the current one marked with a star,
+    /// their entries in the menu, the title, and what was printed.
+    void playRow()
+    {
+        QFETCH(const QString, steps);
+        act(steps);
+        QVERIFY(m_window->isVisible());
+        QTRY_COMPARE(sessionWindows(), modeCount());
+        QStringList shown = titles().split(", ");
+        QStringList entries;
+        for (const QAction *const action : child<QMenu>("menuModes")->actions().mid(3)) {
+            if (action->isVisible())
+                entries.append(action->text());
+        }
+        QCOMPARE(entries, modeCount() > 0 ? shown : QStringList());
+        if (const auto *const current = area()->currentSubWindow()) {
+            QVERIFY(current->isMaximized());
+            shown[area()->subWindowList().indexOf(area()->currentSubWindow())].prepend('*');
+        }
+        QTEST(shown.join(", "), "titles");
+        QFETCH(const QString, window);
+        if (!window.isEmpty())
+            QCOMPARE(m_window->windowTitle(), window);
+        QVERIFY(!QApplication::overrideCursor());
+        QCOMPARE(ConsoleDouble::output, QString());
     }
 
     template <typename Widget> Widget *child(const char *name) const
@@ -95,55 +165,29 @@ protected:
     {
         return [part](QDialog *dialog) {
             auto *const parts = dialog->findChild<QListWidget *>("parts");
+            QVERIFY2(parts, "this is no list of parts");
             parts->setCurrentItem(parts->findItems(part, Qt::MatchExactly).value(0));
             dialog->accept();
         };
     }
-    /// Opens a session, discarding changes where that is asked about.
-    void openSession(const QString &part = "P1")
-    {
-        m_driver->expect([this, part](QDialog *dialog) {
-            auto *const box = qobject_cast<QMessageBox *>(dialog);
-            if (!box)
-                return picking(part)(dialog);
-            m_driver->expect(picking(part));
-            box->button(QMessageBox::Ok)->click();
-        });
-        trigger("actionNew");
-    }
-    void choose(const QString &file)
-    {
-        m_driver->expect([file](QDialog *chooser) { ModalDriver::choose(chooser, file); });
-    }
-    void openFile(const QString &file)
-    {
-        choose(file);
-        trigger("actionOpen");
-    }
-    void expectBox(const QString &title, const QString &text, QMessageBox::StandardButton answer)
+    /// The next dialog is such a message; it is cancelled where it can be.
+    void expectBox(const QString &title, const QString &text)
     {
         m_driver->expect([=](QDialog *dialog) {
-            auto *const box = qobject_cast<QMessageBox *>(dialog);
-            QVERIFY(box);
-            const QString shownTitle = box->windowTitle();
-            const QString shownText = box->text();
-            box->button(answer)->click();
-            QCOMPARE(shownTitle, title);
-            QCOMPARE(shownText, text);
+            const QString shown =
+                dialog->windowTitle() + ": " + dialog->property("text").toString();
+            dialog->reject();
+            QCOMPARE(shown, title + ": " + text);
         });
     }
-    void expectWarning(const QString &title, const QString &text)
-    {
-        expectBox(title, text, QMessageBox::Ok);
-    }
     /// Writes a session file with the JSON of its modes' values.
-    QString sessionFile(const QByteArray &modes, const QString &generator, const QString &part)
+    QString sessionFile(const QByteArray &modes, const QString &part = "P1")
     {
-        const QJsonObject object{{"all_parameters", QJsonDocument::fromJson(modes).array()},
-                                 {"module_local_path", generator},
-                                 {"module_name", QFileInfo(generator).baseName()},
-                                 {"part_number", part}};
-        return m_folder->write("session.txt", QJsonDocument(object).toJson());
+        return m_folder->write("session.txt",
+                               "{\"all_parameters\": " + modes + ", \"module_local_path\": \""
+                                   + m_generator.toUtf8() + "\", \"module_name\": "
+                                   + "\"settings_test\", \"part_number\": \"" + part.toUtf8()
+                                   + "\"}");
     }
     static QByteArray read(const QString &path)
     {
@@ -151,6 +195,17 @@ protected:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
     }
 
+    void choose(const QString &file)
+    {
+        m_driver->expect([file](QDialog *chooser) { ModalDriver::choose(chooser, file); });
+    }
+    QAction *recentFile() const
+    {
+        return child<QMenu>("menuSession")->actions().first()->menu()->actions().first();
+    }
+    static void click(QWidget *widget) { QTest::mouseClick(widget, Qt::LeftButton); }
+
+    const QString m_question = "Unsaved changes in the %1 will be lost. Do you want to proceeed?";
     std::unique_ptr<GeneratorFolder> m_folder;
     QString m_generator;
     std::unique_ptr<Tarnwick> m_window;
