@@ -23,29 +23,10 @@ public:
     /// generate's return and may change result.
     static QByteArray source(const QByteArray &body = "pass")
     {
-        return R"(
-class Settings:
-    part_numbers = ['P1', 'P2']
-
-    def parameter_list(self, part):
-        return {
-            'gain': {'range': [0, 15], 'default': 1},
-            'mode': {'enum': {'fast': 'f', 'slow': 's'}},
-        }
-
-    def generate(self, part, parameters):
-        gain = parameters.get('gain', {'value': 3})['value']
-        result = {
-            'name': '%s_gain%d' % (part, gain),
-            'functions': [{'name': 'setup', 'instructions': [['REG_WRITE', 'GAIN', gain]]}],
-            'notes': ['gain %d' % gain],
-            'errors': [],
-            'parameters': {'gain': {'value': gain}, 'mode': {'value': 's'}},
-        }
-        )" + body
-            + R"(
-        return result
-)";
+        QFile file(TEST_DATA_DIR "/settings.txt");
+        if (!file.open(QIODevice::ReadOnly))
+            qFatal("cannot read %s", qPrintable(file.fileName()));
+        return file.readAll().replace("<body>", body);
     }
 
 private:

@@ -24,6 +24,7 @@
 #include <QSettings>
 #include <QSpinBox>
 #include <QTabBar>
+#include <QToolButton>
 
 /// What the tests of the main window share: the window, a folder with a generator, and a user who
 /// answers its dialogs. The interpreter lives once per process, and so does the window that owns it.
@@ -65,7 +66,8 @@ protected:
     /// are those in the test's folder, which @F stands for.
     void act(QString steps)
     {
-        for (const QString &step : steps.replace("@F", m_folder->path()).split("; ")) {
+        for (const QString &step :
+             steps.replace("@F", m_folder->path()).split("; ", Qt::SkipEmptyParts)) {
             const QString rest = step.section(' ', 1);
             const QString first = rest.section(' ', 0, 0);
             const QString second = rest.section(' ', 1);
@@ -96,7 +98,10 @@ protected:
                 {"start", [&] { std::ignore = m_window->startSession(m_folder->path(rest)); }},
                 {"gain", [&] { gain(index)->setValue(second.toInt()); }},
                 {"click", [&] { click(mode(index)->findChild<QCheckBox *>(second)); }},
-                {"close", [&] { closeTab(index); }},
+                {"up", [&] { index < modeCount() ? gain(index)->stepUp() : void(); }},
+                {"close", [&] { index < modeCount() ? closeTab(index) : void(); }},
+                {"press", [&] { child<QToolButton>(qPrintable(rest))->click(); }},
+                {"enter", [&] { enter(rest); }},
                 {"mode", [&] { child<QMenu>("menuModes")->actions().at(3 + index)->trigger(); }},
                 {"edit", [&] { child<QPlainTextEdit>("edit")->insertPlainText(rest); }},
                 {"hide", [&] { m_window->hide(); }},
@@ -202,6 +207,12 @@ protected:
     QAction *recentFile() const
     {
         return child<QMenu>("menuSession")->actions().first()->menu()->actions().first();
+    }
+    /// Runs a statement in the console.
+    void enter(const QString &statement)
+    {
+        child<QLineEdit>("prompt")->setText(statement);
+        QTest::keyClick(child<QLineEdit>("prompt"), Qt::Key_Return);
     }
     static void click(QWidget *widget) { QTest::mouseClick(widget, Qt::LeftButton); }
 
