@@ -3,109 +3,101 @@
 
 #include "python/platform.h"
 
-#include <QDir>
 #include <QMap>
 #include <QStringList>
 
 #include <cstdlib>
 
-/// A machine that doesn't exist, with folders separated by backslashes and nothing on it unless a test
-/// puts it there.
+/// A machine that doesn't exist, with folders separated by backslashes and nothing on it but what its
+/// description names. Items are parted by " , ": "LM" or "CU" and a key of the registry, with its
+/// text after a '='; "lib" and a library, with the name of an export that it lacks; "file" and a
+/// file, with its text; "set" and a variable, with its value; "dir" and a folder; "mod" and a library
+/// that the process has loaded; "version=" and what the libraries say of themselves.
 struct MadeUpMachine : Platform
 {
-    QMap<QString, QString> keys; // "LM" or "CU", then the key
-    QMap<QString, QString> libraries; // path to the name of an export that it lacks
-    QMap<QString, QString> variables;
-    QMap<QString, QString> files;
-    QStringList directories;
-    QStringList modules;
+    using Text = std::optional<std::string>;
+    using Texts = std::vector<std::string>;
+
+    explicit MadeUpMachine(const QString &description = QString())
+    {
+        for (const QString &item : description.split(" , ", Qt::SkipEmptyParts))
+            things[item.section('=', 0, 0)] = item.section('=', 1);
+    }
+
+    QMap<QString, QString> things{{"version", "3.8.1 (made up)"}};
     QStringList attempts; // of loading, in their order
     QStringList kept;
-    QString version = "3.8.1 (made up)";
     QString current = "D:\\work";
-
-    static QString text(const std::string &path) { return QString::fromStdString(path); }
 
     char separator() override { return '\\'; }
     std::string pythonLibraryPrefix() override { return "python3"; }
-    std::vector<std::string> loadedModules() override
+    Texts loadedModules() override
     {
-        std::vector<std::string> paths;
-        for (const QString &module : qAsConst(modules))
-            paths.push_back(module.toStdString());
+        Texts paths;
+        for (const QString &thing : things.keys()) {
+            if (thing.startsWith("mod "))
+                paths.push_back(thing.mid(4).toStdString());
+        }
         return paths;
     }
     Library openLoadedModule(const std::string &path) override
     {
-        return kept.append(text(path)), &kept.last();
+        keepLibrary(path);
+        return &things["mod " + text(path)];
     }
     Library programWithPython() override { return nullptr; }
-    std::vector<std::string> pythonLibraries(const std::string &directory,
-                                             const std::string &,
-                                             int) override
+    Texts pythonLibraries(const std::string &directory, const std::string &, int) override
     {
         return {directory + "\\python3.dll"};
     }
+    /// Libraries are to be loaded with their folder as the current one.
     Library loadLibrary(const std::string &path) override
     {
-        attempts.append(text(path));
-        loadedFrom = current;
-        const auto found = libraries.find(text(path));
-        return found == libraries.end() ? nullptr : &found.value();
+        const bool isInFolder = text(path) == current + "python3.dll";
+        attempts.append(isInFolder ? text(path) : text(path) + " from " + current);
+        const auto found = things.find("lib " + text(path));
+        return found == things.end() ? nullptr : &found.value();
     }
     void keepLibrary(const std::string &path) override { kept.append(text(path)); }
-    void unloadLibrary(Library) override { ++unloaded; }
+    void unloadLibrary(Library) override { }
     void *findExport(Library library, const char *name) override
     {
         if (*static_cast<QString *>(library) == name)
             return nullptr;
         static QByteArray answer;
-        answer = version.toUtf8();
+        answer = things["version"].toUtf8();
         const char *(*const getVersion)() = [] { return answer.constData(); };
         return reinterpret_cast<void *>(getVersion);
     }
-    std::optional<std::string> registeredText(Hive hive, const std::string &key) override
+    Text registeredText(Hive hive, const std::string &key) override
     {
-        const auto found = keys.find((hive == Hive::LocalMachine ? "LM " : "CU ") + text(key));
-        return found == keys.end() ? std::nullopt : std::optional(found.value().toStdString());
+        return find(hive == Hive::LocalMachine ? "LM " : "CU ", key);
     }
-    std::vector<std::string> installedDirectories(int) override { return {}; }
+    Texts installedDirectories(int) override { return {}; }
     bool holdsStandardLibrary(const std::string &home, int) override
     {
         return isDirectory(home + "\\Lib");
     }
-    std::string scriptsDirectory(const std::string &environment) override
+    std::string scriptsDirectory(const std::string &venv) override { return venv + "\\Scripts"; }
+    std::string interpreter(const std::string &venv) override
     {
-        return environment + "\\Scripts";
-    }
-    std::string interpreter(const std::string &environment) override
-    {
-        return scriptsDirectory(environment) + "\\python.exe";
+        return venv + "\\Scripts\\python.exe";
     }
     std::string installationPrefix(const std::string &home) override { return home; }
-    std::vector<std::string> packageDirectories(const std::string &prefix, int) override
+    Texts packageDirectories(const std::string &prefix, int) override
     {
         return {prefix + "\\lib\\site-packages"};
     }
-    bool isDirectory(const std::string &path) override { return directories.contains(text(path)); }
-    std::optional<std::string> readTextFile(const std::string &path) override
-    {
-        const auto found = files.find(text(path));
-        return found == files.end() ? std::nullopt : std::optional(found.value().toStdString());
-    }
+    bool isDirectory(const std::string &path) override { return find("dir ", path).has_value(); }
+    Text readTextFile(const std::string &path) override { return find("file ", path); }
     std::string currentDirectory() override { return current.toStdString(); }
     void setCurrentDirectory(const std::string &path) override { current = text(path); }
-    std::optional<std::string> environmentVariable(const char *name) override
+    Text environmentVariable(const char *name) override { return find("set ", name); }
+    void setEnvironmentVariable(const char *name, const Text &value) override
     {
-        const auto found = variables.find(name);
-        return found == variables.end() ? std::nullopt : std::optional(found.value().toStdString());
-    }
-    void setEnvironmentVariable(const char *name, const std::optional<std::string> &value) override
-    {
+        things.remove("set " + text(name));
         if (value)
-            variables[name] = text(*value);
-        else
-            variables.remove(name);
+            things["set " + text(name)] = text(*value);
     }
     void useUtf8Locale() override { }
     void ignoreWriteSignals() override { }
@@ -113,6 +105,11 @@ struct MadeUpMachine : Platform
     void writeToDescriptor(int, const char *, std::size_t) override { }
     void endProcess(int status) override { std::exit(status); }
 
-    QString loadedFrom;
-    int unloaded = 0;
+private:
+    static QString text(const std::string &path) { return QString::fromStdString(path); }
+    Text find(const char *kind, const std::string &name) const
+    {
+        const auto found = things.find(kind + text(name));
+        return found == things.end() ? std::nullopt : Text(found.value().toStdString());
+    }
 };

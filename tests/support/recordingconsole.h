@@ -4,20 +4,15 @@
 #include "python/pythonmodule.h"
 
 #include <QByteArrayList>
-#include <QPair>
-#include <QVector>
+#include <QRegularExpression>
 
 #include <functional>
-
-using Chunk = QPair<int, QByteArray>;
-using Chunks = QVector<Chunk>;
 
 /// Stands in for the console: keeps the chunks that scripts write, one by one, and answers their
 /// questions from a queue, whose end is the end of the input.
 struct RecordingConsole
 {
     static void install() { PythonModule::setConsole({write, readLine}); }
-
     static void clear()
     {
         chunks.clear();
@@ -28,20 +23,18 @@ struct RecordingConsole
     /// All that was written to a unit.
     static QString text(int unit)
     {
-        QByteArray text;
-        for (const Chunk &chunk : qAsConst(chunks))
-            text += chunk.first == unit ? chunk.second : QByteArray();
-        return QString::fromUtf8(text);
+        const QRegularExpression mark(QString("^%1:").arg(unit));
+        return chunks.filter(mark).replaceInStrings(mark, QString()).join(QString());
     }
 
-    static inline Chunks chunks;
+    static inline QStringList chunks; // each with its unit in front, such as "1:text"
     static inline QByteArrayList answers;
     static inline std::function<void()> onWrite;
 
 private:
     static void write(int unit, const char *text)
     {
-        chunks.append({unit, text});
+        chunks.append(QString::number(unit) + ':' + text);
         if (const auto action = onWrite)
             action();
     }
