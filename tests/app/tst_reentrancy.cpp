@@ -28,7 +28,7 @@ private Q_SLOTS:
     void newerOpeningWins()
     {
         int chunks = 0;
-        ConsoleDouble::onChunk = [&] {
+        RecordingConsole::onWrite = [&] {
             // The listing of the dialog prints first: word and line feed.
             if (++chunks == 3)
                 act("pick P2; New");
@@ -42,7 +42,7 @@ private Q_SLOTS:
     {
         gain()->setMaximum(100);
         int depth = 0;
-        ConsoleDouble::onChunk = [&] {
+        RecordingConsole::onWrite = [&] {
             if (++depth <= 20)
                 gain()->stepUp();
         };
@@ -60,7 +60,7 @@ private Q_SLOTS:
                        "            while True: print('still here'); time.sleep(0.001)\n"
                        "        threading.Thread(target=talk, daemon=True).start()");
         act("pick P1; New");
-        QVERIFY(ConsoleDouble::output.contains("19999\n"));
+        QVERIFY(RecordingConsole::text(0).contains("19999\n"));
         QCOMPARE(pane(mode(), "notes"), QString("gain 1"));
         QTRY_VERIFY(child<QPlainTextEdit>("console")->toPlainText().contains("still here"));
         QVERIFY(child<QPlainTextEdit>("console")->blockCount() <= 5000);
@@ -70,7 +70,7 @@ private Q_SLOTS:
     void savedAtABadMoment()
     {
         int chunks = 0;
-        ConsoleDouble::onChunk = [&] {
+        RecordingConsole::onWrite = [&] {
             // Import and first mode are through, the second is being built.
             if (++chunks == 7)
                 trigger("actionSave");
@@ -79,7 +79,7 @@ private Q_SLOTS:
         QVERIFY(chunks > 7);
         QCOMPARE(modeCount(), 2);
         QCOMPARE(read(m_session), m_sessionText);
-        ConsoleDouble::once([&] { act("close 0; close 0; Save"); });
+        RecordingConsole::once([&] { act("close 0; close 0; Save"); });
         gain()->stepUp();
         QTRY_COMPARE(sessionWindows(), 0);
         QCOMPARE(read(m_session), m_sessionText);
@@ -105,7 +105,7 @@ private Q_SLOTS:
             sessionFile(m_modes);
             recentFile()->trigger();
             int chunks = 0;
-            ConsoleDouble::onChunk = [&] {
+            RecordingConsole::onWrite = [&] {
                 ++chunks;
                 if (chunks == 1)
                     act(first);
@@ -113,7 +113,7 @@ private Q_SLOTS:
                     act(second);
             };
             outer == "change" ? change(i) : act(outer);
-            ConsoleDouble::onChunk = nullptr;
+            RecordingConsole::onWrite = nullptr;
             const QString found = chunks > 1 ? problem() : "nothing was printed";
             QVERIFY2(found.isEmpty(), qPrintable("then " + second + ": " + found));
         }
@@ -147,11 +147,12 @@ private Q_SLOTS:
             dialog->objectName() == "PythonInputDlg" ? quit() : answer(dialog);
         });
         if (!body.contains("input"))
-            ConsoleDouble::once(quit);
+            RecordingConsole::once(quit);
         // Ends only because each print and question fails once the window is closed.
         act(outer);
         QVERIFY(!m_window->isVisible());
-        QVERIFY2(!ConsoleDouble::errors.contains("Error"), qPrintable(ConsoleDouble::errors));
+        QVERIFY2(!RecordingConsole::text(1).contains("Error"),
+                 qPrintable(RecordingConsole::text(1)));
         m_window.reset();
     }
 

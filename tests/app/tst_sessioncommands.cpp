@@ -140,7 +140,7 @@ private Q_SLOTS:
         const auto runEdited = [&](const QString &text) {
             code->selectAll();
             code->insertPlainText(text);
-            ConsoleDouble::install();
+            RecordingConsole::clear();
             act("press run");
             QCOMPARE(read(m_generator), text.toUtf8());
             QVERIFY(!QApplication::overrideCursor());
@@ -151,7 +151,7 @@ private Q_SLOTS:
                 order.append(QString::number(i));
             });
         runEdited(QString(source).replace("_gain%d", "_g%d").replace("[0, 15]", "[0, 3]"));
-        QCOMPARE(ConsoleDouble::output, QString("imported\n"));
+        QCOMPARE(RecordingConsole::text(0), QString("imported\n"));
         QCOMPARE(titles(), QString("P1_g3, P1_g3"));
         QCOMPARE(gain(0)->maximum(), 3);
         QCOMPARE(order.join(' '), QString("0 0 1"));

@@ -4,11 +4,12 @@
 #include "app/identity.h"
 #include "app/tarnwick.h"
 #include "session/sessionwindow.h"
-#include "support/consoledouble.h"
 #include "support/generatorfolder.h"
 #include "support/modaldriver.h"
+#include "support/recordingconsole.h"
 #include "support/table.h"
 #include "support/testmain.h"
+#include "tools/pythonconsole.h"
 
 #include <QAction>
 #include <QCheckBox>
@@ -42,7 +43,7 @@ protected:
         m_driver = std::make_unique<ModalDriver>();
         if (!m_window)
             m_window = std::make_unique<Tarnwick>();
-        ConsoleDouble::install();
+        RecordingConsole::install({PythonConsole::writeText, PythonConsole::readLine});
         m_window->show();
     }
     void tearDown()
@@ -52,7 +53,7 @@ protected:
         if (!m_window)
             return;
         // The console reports errors a moment after the last one.
-        if (!ConsoleDouble::errors.isEmpty())
+        if (!RecordingConsole::text(1).isEmpty())
             QTest::qWait(150);
         for (QDockWidget *const dock : m_window->findChildren<QDockWidget *>())
             dock->hide();
@@ -135,7 +136,7 @@ protected:
         if (!window.isEmpty())
             QCOMPARE(m_window->windowTitle(), window);
         QVERIFY(!QApplication::overrideCursor());
-        QCOMPARE(ConsoleDouble::output, QString());
+        QCOMPARE(RecordingConsole::text(0), QString());
     }
 
     template <typename Widget> Widget *child(const char *name) const
