@@ -36,6 +36,20 @@ void displayError(PyObject *type, PyObject *value, PyObject *traceback)
     py.PyErr_Clear();
 }
 
+/// The status that a forked child ends with: that of the last run's error, if there was one.
+int childStatus = 0;
+
+/// What a process ends with on an error, as the interpreter's own program does.
+int exitStatusOf(PyObject *error)
+{
+    const PyRef code(error ? py.PyObject_GetAttrString(error, "code") : nullptr);
+    if (code && code.get() == py.None)
+        return 0;
+    const long status = code ? py.PyLong_AsLong(code.get()) : -1;
+    py.PyErr_Clear();
+    return status == -1 ? 1 : static_cast<int>(status);
+}
+
 /// Prints and clears the pending error. PyErr_Print() would do, but it ends the process on
 /// SystemExit, and on an excepthook that raises one.
 void printError()
@@ -50,6 +64,7 @@ void printError()
     const PyRef typeRef(type);
     const PyRef valueRef(value);
     const PyRef tracebackRef(traceback);
+    childStatus = exitStatusOf(value);
     // The streams refuse everything then.
     if (CPython::stopRequested())
         return;
@@ -90,6 +105,7 @@ void printError()
 /// The value of \a code run in the namespace of __main__, or none after the error was printed.
 PyRef run(const char *code, const char *fileName, int start)
 {
+    childStatus = 0;
     if (!code)
         return {};
     PyObject *const mainModule = py.PyImport_AddModule("__main__");
@@ -204,7 +220,7 @@ public:
     {
         // A child that a script forked comes back here with a copy of this program around it.
         if (isForkedChild())
-            s_platform->endProcess(0);
+            s_platform->endProcess(childStatus);
         if (isInitialisingThread())
             --s_runDepth;
     }
@@ -271,23 +287,30 @@ void CPython::initialize(const std::wstring &programName, const char *environmen
     py.Py_InitializeEx(0);
     py.PyEval_InitThreads();
     // sys.executable would be this program or nothing, and a generator that starts it gets another
-    // window. Byte code would litter the generators' folders, and hide edits.
+    // window. Byte code would litter the generators' folders, and hide edits. What is started from
+    // scripts may be another Python than one that was moved.
     std::ignore = runPrivately("import os, sys\n"
+                               "if argument:\n"
+                               "    os.environ.pop('PYTHONHOME', None)\n"
                                "sys.argv = ['']\n"
                                "sys.dont_write_bytecode = True\n"
                                "sys.executable = os.path.join(sys.base_prefix, 'bin',\n"
                                "    'python%d.%d' % sys.version_info[:2])\n"
                                "if not os.path.isfile(sys.executable):\n"
-                               "    sys.executable = ''\n");
+                               "    sys.executable = ''\n",
+                               m_locator.movedTo().c_str());
     enterEnvironment();
     interpreterStarted();
     py.PyEval_SaveThread();
 }
 
 /// Keeps the process's environment from ending the program, or from taking its terminal.
-void CPython::prepareProcess()
+void CPython::prepareProcess() const
 {
     s_platform->ignoreWriteSignals();
+    // The interpreter wants to know where it is, and a deleted folder is nowhere.
+    if (s_platform->currentDirectory().empty())
+        s_platform->setCurrentDirectory("/");
     // help() would start a pager on the terminal that the program was started from.
     s_platform->setEnvironmentVariable("TERM", "dumb");
     s_platform->setEnvironmentVariable("PAGER", std::nullopt);
@@ -299,6 +322,8 @@ void CPython::prepareProcess()
     const int minor = PythonLocator::minorVersion(s_versionString);
     if (home && (home->empty() || !PythonLocator::isHomeUsable(*s_platform, minor)))
         s_platform->setEnvironmentVariable("PYTHONHOME", std::nullopt);
+    if (!m_locator.movedTo().empty())
+        s_platform->setEnvironmentVariable("PYTHONHOME", m_locator.movedTo());
 }
 
 /// Moves the new interpreter into the virtual environment whose base its library belongs to.
@@ -364,7 +389,8 @@ bool CPython::continueRunning()
 
 int CPython::runCode(const char *code, const char *fileName)
 {
-    if (s_executionTimeLimit <= 0 || !isInitialisingThread())
+    // Inside another run the lock may be held all the time, which the watchdog would wait for.
+    if (s_executionTimeLimit <= 0 || !isInitialisingThread() || isRunning())
         return execute(code, fileName);
     if (!isLoaded())
         return -2;

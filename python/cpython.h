@@ -68,6 +68,8 @@ public:
     /// True while a run operation of the initialising thread has not returned. Objects that such a
     /// call may still touch must not be destroyed then.
     [[nodiscard]] static bool isRunning() { return s_runDepth > 0; }
+    /// How many run operations of the thread that started the interpreter are inside each other.
+    [[nodiscard]] static int runDepth() { return s_runDepth; }
     /// From now on each write to the standard streams raises KeyboardInterrupt, so that scripts that
     /// print come to an end. For a program that is about to quit; lasts until the shutdown.
     static void requestStop() { s_stopRequested = true; }
@@ -94,7 +96,7 @@ private:
     class Run;
 
     [[nodiscard]] bool loadLibrary(const char *environmentDirectory);
-    static void prepareProcess();
+    void prepareProcess() const;
     void enterEnvironment() const;
     static void shutDown();
 

@@ -14,6 +14,8 @@ namespace {
 constexpr int lowestMinorVersion = 4;
 constexpr int highestMinorVersion = 29;
 constexpr char limitedLibrary[] = "/libpython3.so";
+// A configuration file of the dynamic linker may include itself.
+constexpr int deepestInclude = 10;
 
 bool exists(const std::string &path)
 {
@@ -29,6 +31,11 @@ std::vector<std::string> matches(const std::string &pattern)
         paths.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
     globfree(&found);
     return paths;
+}
+
+std::string withoutSlash(const std::string &directory)
+{
+    return directory.substr(0, directory.find_last_not_of('/') + 1);
 }
 
 /// Up to 3.7 the regular build carries the letter of its memory allocator.
@@ -48,8 +55,13 @@ std::vector<int> versionsIn(const std::string &directory)
 }
 
 /// Adds the folders that a configuration file of the dynamic linker names, in its order.
-void readLinkerConfiguration(const std::string &path, std::vector<std::string> &directories)
+void readLinkerConfiguration(const std::string &path,
+                             std::vector<std::string> &directories,
+                             int depth = 0)
 {
+    if (depth > deepestInclude)
+        return;
+    const std::string folder = path.substr(0, path.find_last_of('/') + 1);
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);) {
         std::istringstream words(line.substr(0, line.find('#')));
@@ -57,8 +69,9 @@ void readLinkerConfiguration(const std::string &path, std::vector<std::string> &
         words >> word;
         if (word == "include") {
             while (words >> word) {
-                for (const std::string &included : matches(word))
-                    readLinkerConfiguration(included, directories);
+                const std::string pattern = word.front() == '/' ? word : folder + word;
+                for (const std::string &included : matches(pattern))
+                    readLinkerConfiguration(included, directories, depth + 1);
             }
         } else if (!word.empty() && word.front() == '/') {
             directories.push_back(word);
@@ -87,13 +100,28 @@ std::vector<Installation> installationsIn(const std::vector<std::string> &direct
     return found;
 }
 
+/// Where the dynamic linker looks for libraries.
+const std::vector<std::string> &linkerDirectories()
+{
+    static const std::vector<std::string> found = [] {
+        std::vector<std::string> directories;
+        readLinkerConfiguration("/etc/ld.so.conf", directories);
+        directories.insert(directories.end(),
+                           {"/lib/" TARNWICK_MULTIARCH,
+                            "/usr/lib/" TARNWICK_MULTIARCH,
+                            "/lib",
+                            "/usr/lib",
+                            "/lib64",
+                            "/usr/lib64"});
+        return directories;
+    }();
+    return found;
+}
+
 std::vector<Installation> findInstallations()
 {
-    std::vector<std::string> system;
-    readLinkerConfiguration("/etc/ld.so.conf", system);
-    system.insert(
-        system.end(),
-        {"/lib", "/usr/lib", "/lib64", "/usr/lib64", "/usr/local/lib", "/usr/local/lib64"});
+    std::vector<std::string> system = linkerDirectories();
+    system.insert(system.end(), {"/usr/local/lib", "/usr/local/lib64"});
     for (const char *pattern : {"/opt/lib", "/opt/*/lib", "/opt/*/*/lib"}) {
         for (const std::string &directory : matches(pattern))
             system.push_back(directory);
@@ -127,20 +155,30 @@ std::vector<std::string> installations::directories(int minor)
     return directories;
 }
 
+bool installations::isSystems(const std::string &directory)
+{
+    const std::vector<std::string> &system = linkerDirectories();
+    return std::find(system.begin(), system.end(), directory) != system.end();
+}
+
 std::string installations::prefix(const std::string &home)
 {
-    constexpr char programs[] = "/bin";
-    const std::size_t length = sizeof programs - 1;
-    return home.size() > length && home.compare(home.size() - length, length, programs) == 0
-        ? home.substr(0, home.size() - length)
-        : home;
+    const std::string folder = withoutSlash(home);
+    // Where the two are one folder, as everywhere by now.
+    if (folder == "/bin")
+        return "/usr";
+    const std::string programs = "/bin";
+    return folder.size() > programs.size()
+            && folder.compare(folder.size() - programs.size(), programs.size(), programs) == 0
+        ? folder.substr(0, folder.size() - programs.size())
+        : folder;
 }
 
 std::vector<std::string>
 installations::libraries(const std::string &directory, const std::string &environment, int minor)
 {
-    std::vector<std::string> directories{directory};
-    if (const std::string base = prefix(directory); base != directory)
+    std::vector<std::string> directories{withoutSlash(directory)};
+    if (const std::string base = prefix(directory); base != directories.front())
         directories = {base + "/lib", base + "/lib/" TARNWICK_MULTIARCH, base + "/lib64"};
     std::vector<std::string> paths;
     for (const std::string &place : directories) {

@@ -19,6 +19,9 @@ namespace installations {
 [[nodiscard]] std::vector<std::string>
 libraries(const std::string &directory, const std::string &environment, int minor);
 
+/// Whether the dynamic linker looks into a folder, so that what is there was installed for all.
+[[nodiscard]] bool isSystems(const std::string &directory);
+
 /// The prefix of an installation, given it or its folder of programs.
 [[nodiscard]] std::string prefix(const std::string &home);
 

@@ -37,11 +37,14 @@ public:
     /// The paths at which a Python library may lie that belongs to \a directory, in the order in which
     /// they are to be tried. With an \a environment, only those of its version; with a \a minor
     /// above 0, only those of Python 3.\a minor.
-    [[nodiscard]] virtual std::vector<std::string> pythonLibraries(const std::string &directory,
-                                                                   const std::string &environment,
-                                                                   int minor) = 0;
+    [[nodiscard]] virtual std::vector<std::string>
+    pythonLibraries(const std::string &directory, const std::string &environment, int minor) = 0;
     /// Loads a library by its full path, or gives null.
     [[nodiscard]] virtual Library loadLibrary(const std::string &path) = 0;
+    /// Whether the interpreter of a library survives its start, which ends the process when it does not
+    /// find its standard library or dislikes a variable. Where that is in doubt, a process of its own
+    /// tries.
+    [[nodiscard]] virtual bool survivesStart(const std::string &path, Library library) = 0;
     /// Makes a loaded library's symbols visible to extension modules, and keeps it in the process for
     /// good: threads of the interpreter may outlive everything else.
     virtual void keepLibrary(const std::string &path) = 0;

@@ -4,14 +4,17 @@
 #include "python/installations_linux.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <link.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <tuple>
@@ -27,6 +30,18 @@ int collectModule(dl_phdr_info *info, std::size_t, void *paths)
 {
     static_cast<std::vector<std::string> *>(paths)->emplace_back(info->dlpi_name);
     return 0;
+}
+
+/// Whether variables tell the interpreter anything.
+bool isPythonConfigured()
+{
+    constexpr char prefix[] = "PYTHON";
+    for (const char *const *variable = environ; *variable; ++variable) {
+        const char *const value = std::strchr(*variable, '=');
+        if (std::strncmp(*variable, prefix, sizeof prefix - 1) == 0 && value && value[1])
+            return true;
+    }
+    return false;
 }
 
 class LinuxPlatform final : public Platform
@@ -64,6 +79,25 @@ public:
     Library loadLibrary(const std::string &path) override
     {
         return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    }
+
+    bool survivesStart(const std::string &path, Library library) override
+    {
+        if (installations::isSystems(path.substr(0, path.rfind('/'))) && !isPythonConfigured())
+            return true;
+        const auto initialize = reinterpret_cast<void (*)(int)>(dlsym(library, "Py_InitializeEx"));
+        const pid_t child = fork();
+        if (child == 0) {
+            const int nowhere = open("/dev/null", O_RDWR);
+            for (const int stream : {0, 1, 2})
+                dup2(nowhere, stream);
+            dlopen(path.c_str(), keepFlags);
+            initialize(0);
+            _exit(0);
+        }
+        int status = 0;
+        while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) { }
+        return status == 0;
     }
 
     void keepLibrary(const std::string &path) override { dlopen(path.c_str(), keepFlags); }

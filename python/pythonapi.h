@@ -35,6 +35,7 @@
     X(PyImport_ReloadModule)                                                                       \
     X(PyList_GetItem)                                                                              \
     X(PyList_Size)                                                                                 \
+    X(PyLong_AsLong)                                                                               \
     X(PyLong_FromLong)                                                                             \
     X(PyModule_AddObject)                                                                          \
     X(PyModule_Create2)                                                                            \

@@ -320,10 +320,29 @@ Platform::Library PythonLocator::loadUsable(const std::string &path)
     const bool ownHome = isWinPythonPath(path) && m_environmentKind == EnvironmentKind::Plain;
     if (m_platform.findExport(library, "PyExc_AttributeError")
         && m_platform.findExport(library, "Py_CompileString") && !isFreeThreaded(version)
-        && (ownHome || isHomeUsable(m_platform, minorVersion(version)))) {
+        && (ownHome || isHomeUsable(m_platform, minorVersion(version)))
+        && survivesStart(path, library, minorVersion(version))) {
         m_platform.keepLibrary(path);
         return library;
     }
     m_platform.unloadLibrary(library);
     return nullptr;
+}
+
+/// As it is, or told where it lies.
+bool PythonLocator::survivesStart(const std::string &path, Platform::Library library, int minor)
+{
+    if (m_platform.survivesStart(path, library))
+        return true;
+    const char separator = m_platform.separator();
+    const std::string directory = path.substr(0, path.rfind(separator));
+    const std::string prefix = directory.substr(0, directory.rfind(separator));
+    if (!m_platform.holdsStandardLibrary(prefix, minor))
+        return false;
+    SavedEnvironment environment(m_platform);
+    environment.set("PYTHONHOME", prefix);
+    if (m_platform.survivesStart(path, library))
+        m_movedTo = prefix;
+    environment.restore();
+    return !m_movedTo.empty();
 }

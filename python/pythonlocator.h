@@ -27,6 +27,8 @@ public:
     [[nodiscard]] const std::string &environmentDirectory() const { return m_environmentDirectory; }
     /// The installation that the environment was made from; empty when it is not known.
     [[nodiscard]] const std::string &homeDirectory() const { return m_homeDirectory; }
+    /// Where an installation lies that was moved since it was built, and has to be told; else empty.
+    [[nodiscard]] const std::string &movedTo() const { return m_movedTo; }
     [[nodiscard]] bool includeSystemSitePackages() const { return m_includeSystemSitePackages; }
 
     /// The N of a version text that begins with "3.N".
@@ -55,12 +57,14 @@ private:
     [[nodiscard]] bool loadLibraryIn(const std::string &directory, int minor = 0);
     [[nodiscard]] Platform::Library loadLibraryAt(const std::string &path);
     [[nodiscard]] Platform::Library loadUsable(const std::string &path);
+    [[nodiscard]] bool survivesStart(const std::string &path, Platform::Library library, int minor);
 
     Platform &m_platform;
     Platform::Library m_library = nullptr;
     EnvironmentKind m_environmentKind = EnvironmentKind::Plain;
     std::string m_environmentDirectory;
     std::string m_homeDirectory;
+    std::string m_movedTo;
     bool m_includeSystemSitePackages = false;
     // Each one a list of directories joined by ';': the installation, then its module path.
     std::vector<std::string> m_candidates;

@@ -6,6 +6,8 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
+#include <string>
 
 // Threads of scripts look at them while the console goes away.
 static std::atomic<decltype(PythonModule::ConsoleEntries::writeText)> writeEntry{nullptr};
@@ -18,7 +20,7 @@ struct ConsoleStream
 
     static void write(int unit, const char *text);
     /// Lets go of the interpreter lock meanwhile, unless this is the thread that started it: the
-    /// console may make other threads wait. \a text belongs to an object that the caller keeps.
+    /// console may make other threads wait. \a text belongs to something that the caller keeps.
     static void writeUnlocked(int unit, const char *text);
     static std::string readLine();
 };
@@ -102,22 +104,22 @@ void consoleDealloc(PyObject *self)
         py.Py_DecRef(reinterpret_cast<PyObject *>(type));
 }
 
-/// Hands over an error text that the argument parser refused (NUL, half of a surrogate pair) with
-/// those characters escaped; the rest of a traceback would be lost with them. False when it is no
-/// text at all; the parser's error then stays.
-bool writeEscaped(PyObject *arguments)
+/// An error text that the argument parser refused (NUL, half of a surrogate pair) with those
+/// characters escaped; the rest of a traceback would be lost with them. None when it is no text at
+/// all; the parser's error then stays.
+std::optional<std::string> escapedText(PyObject *arguments)
 {
     if (!py.PyErr_ExceptionMatches(*py.ValueError))
-        return false;
+        return std::nullopt;
     py.PyErr_Clear();
     PyObject *text = nullptr;
     if (!py.PyArg_ParseTuple(arguments, "O", &text))
-        return false;
+        return std::nullopt;
     const PyRef bytes(py.PyUnicode_AsEncodedString(text, "utf-8", "backslashreplace"));
     char *data = nullptr;
     Py_ssize_t size = 0;
     if (!bytes || py.PyBytes_AsStringAndSize(bytes.get(), &data, &size) != 0)
-        return false;
+        return std::nullopt;
     std::string whole;
     for (const char character : std::string(data, static_cast<std::size_t>(size))) {
         if (character == '\0')
@@ -125,8 +127,7 @@ bool writeEscaped(PyObject *arguments)
         else
             whole += character;
     }
-    ConsoleStream::write(ConsoleStream::errorUnit, whole.c_str());
-    return true;
+    return whole;
 }
 
 /// Scripts end at their next print or question once the program is being closed.
@@ -144,10 +145,15 @@ PyObject *consoleWrite(PyObject *self, PyObject *arguments)
         return nullptr;
     const char *text = nullptr;
     const int unit = unitOf(self);
-    if (py.PyArg_ParseTuple(arguments, "s", &text))
-        ConsoleStream::writeUnlocked(unit, text);
-    else if (unit != ConsoleStream::errorUnit || !writeEscaped(arguments))
-        return nullptr;
+    std::optional<std::string> escaped;
+    if (!py.PyArg_ParseTuple(arguments, "s", &text)) {
+        if (unit == ConsoleStream::errorUnit)
+            escaped = escapedText(arguments);
+        if (!escaped)
+            return nullptr;
+        text = escaped->c_str();
+    }
+    ConsoleStream::writeUnlocked(unit, text);
     return shared(py.None);
 }
 

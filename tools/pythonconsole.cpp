@@ -266,7 +266,7 @@ void PythonConsole::waitForRoom()
     constexpr unsigned long pause = 50; // milliseconds until the GUI thread is looked at again
     ++m_waitingThreads;
     while (m_chunksInFlight >= mostChunksInFlight && !m_inputHasEnded
-           && (m_lettingThrough > 0 || !CPython::isRunning())) {
+           && m_depthLettingThrough == CPython::runDepth()) {
         m_answered.wait(&s_mutex, pause);
     }
     --m_waitingThreads;
@@ -293,11 +293,11 @@ void PythonConsole::receive(int unit, const char *text)
         appendError(shown);
     else
         append(shown);
-    ++m_lettingThrough;
+    const int outerDepth = m_depthLettingThrough.exchange(CPython::runDepth());
     QCoreApplication::processEvents();
     if (!alive)
         return;
-    --m_lettingThrough;
+    m_depthLettingThrough = outerDepth;
     if (unit != 1)
         m_pendingPrompt = promptIn(copy.get());
 }
@@ -414,10 +414,10 @@ std::string PythonConsole::handleInput()
         m_pendingPrompt.isEmpty() ? tr("Script requests user input") : m_pendingPrompt;
     const QPointer<PythonInputDlg> dialog(new PythonInputDlg(tr("Python: ") + prompt, this));
     const QPointer<PythonConsole> alive(this);
-    ++m_lettingThrough;
+    const int outerDepth = m_depthLettingThrough.exchange(CPython::runDepth());
     const bool accepted = dialog->exec() == QDialog::Accepted;
     if (alive)
-        --m_lettingThrough;
+        m_depthLettingThrough = outerDepth;
     // This console may be gone, and the dialog with it.
     const std::unique_ptr<PythonInputDlg> owner(dialog);
     return owner && accepted ? owner->text().toUtf8().toStdString() : std::string();

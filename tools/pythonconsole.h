@@ -105,7 +105,7 @@ private:
     int m_chunksInFlight = 0;
     int m_chunksShown = 0;
     /// The depth of events that are let through from inside scripts.
-    std::atomic<int> m_lettingThrough{0};
+    std::atomic<int> m_depthLettingThrough{0};
     QTimer m_roomTimer;
     QTimer *const m_errorTimer;
     QString m_errors;

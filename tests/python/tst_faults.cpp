@@ -66,6 +66,13 @@ private Q_SLOTS:
                  output.replace("<own>", own) + "\nreturned\nended\n");
     }
 
+    /// It makes Python unusable, and does not end the program.
+    void variableThatEndsTheStart()
+    {
+        QCOMPARE(outputOf("runscript", {"print(1)"}, {{"PYTHONIOENCODING", "nonsense"}}),
+                 "no Python\nreturned\nended\n");
+    }
+
     void environment_data() { loadTable("python/environments"); }
     void environment()
     {

@@ -23,7 +23,8 @@ private Q_SLOTS:
         const QStringList environment{QString::number(int(locator.environmentKind())),
                                       QString::fromStdString(locator.environmentDirectory()),
                                       QString::fromStdString(locator.homeDirectory()),
-                                      locator.includeSystemSitePackages() ? "system" : ""};
+                                      locator.includeSystemSitePackages() ? "system" : "",
+                                      QString::fromStdString(locator.movedTo())};
         QTEST(environment.join(' ').trimmed(), "environment");
         QStringList variables;
         for (auto it = madeUp.things.cbegin(); it != madeUp.things.cend(); ++it) {

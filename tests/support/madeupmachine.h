@@ -12,7 +12,8 @@
 /// description names. Items are parted by " , ": "LM" or "CU" and a key of the registry, with its
 /// text after a '='; "lib" and a library, with the name of an export that it lacks; "file" and a
 /// file, with its text; "set" and a variable, with its value; "dir" and a folder; "mod" and a library
-/// that the process has loaded; "version=" and what the libraries say of themselves.
+/// that the process has loaded; "dies" and a library that ends a process at its start, unless
+/// PYTHONHOME is the text; "version=" and what the libraries say of themselves.
 struct MadeUpMachine : Platform
 {
     using Text = std::optional<std::string>;
@@ -57,6 +58,11 @@ struct MadeUpMachine : Platform
         attempts.append(isInFolder ? text(path) : text(path) + " from " + current);
         const auto found = things.find("lib " + text(path));
         return found == things.end() ? nullptr : &found.value();
+    }
+    bool survivesStart(const std::string &path, Library) override
+    {
+        const Text home = find("dies ", path);
+        return !home || (!home->empty() && home == environmentVariable("PYTHONHOME"));
     }
     void keepLibrary(const std::string &path) override { kept.append(text(path)); }
     void unloadLibrary(Library) override { }
