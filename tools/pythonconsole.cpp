@@ -13,6 +13,7 @@
 #include <QScrollBar>
 #include <QSettings>
 #include <QStringListModel>
+#include <QTextBlock>
 #include <QThread>
 
 #include <cstring>
@@ -29,6 +30,8 @@ constexpr int shownStatements = 15;
 constexpr int mostLines = 5000;
 constexpr std::size_t mostBytes = 65536;
 constexpr std::size_t mostPromptBytes = 1024;
+// Of a burst that does not end; nobody reads more.
+constexpr int mostErrorCharacters = 1000000;
 constexpr int errorPause = 100; // milliseconds after the last chunk of a burst
 constexpr int framePause = 16; // milliseconds between two paintings
 // So many chunks of a burst are painted one by one; what a script prints before it goes on computing
@@ -130,6 +133,15 @@ void PythonConsole::makeConnections()
 {
     connect(m_ui->clear, &QToolButton::clicked, m_ui->console, &QPlainTextEdit::clear);
     connect(m_ui->prompt, &QLineEdit::returnPressed, this, &PythonConsole::runStatement);
+    QScrollBar *const bar = m_ui->console->verticalScrollBar();
+    connect(bar, &QScrollBar::valueChanged, this, [this, bar](int value) {
+        m_follows = value == bar->maximum();
+    });
+    // More text below, or less room for it.
+    connect(bar, &QScrollBar::rangeChanged, this, [this, bar](int, int maximum) {
+        if (m_follows)
+            bar->setValue(maximum);
+    });
     connect(
         this,
         &PythonConsole::newStdoutData,
@@ -307,7 +319,11 @@ void PythonConsole::receive(int unit, const char *text)
 void PythonConsole::append(const QString &text)
 {
     QScrollBar *const bar = m_ui->console->verticalScrollBar();
-    const bool follows = bar->value() == bar->maximum();
+    const bool follows = m_follows;
+    // Stays with its line while lines above it are dropped.
+    const QTextCursor top =
+        follows ? QTextCursor() : m_ui->console->cursorForPosition(QPoint(0, 0));
+    const int topRow = bar->value() - top.block().firstLineNumber();
     // A cursor of its own and an edit block: the text area's own cursor would have it lay out and
     // scroll in between.
     QTextCursor cursor(m_ui->console->document());
@@ -315,14 +331,18 @@ void PythonConsole::append(const QString &text)
     cursor.movePosition(QTextCursor::End);
     cursor.insertText(text);
     cursor.endEditBlock();
-    if (follows)
-        bar->setValue(bar->maximum());
+    bar->setValue(follows ? bar->maximum() : top.block().firstLineNumber() + topRow);
 }
 
 void PythonConsole::appendError(const QString &text)
 {
     append(text);
     m_errors += text;
+    if (m_errors.size() > 2 * mostErrorCharacters) {
+        const int end = m_errors.indexOf(QLatin1Char('\n'), m_errors.size() - mostErrorCharacters);
+        m_errors.remove(0, end < 0 ? m_errors.size() - mostErrorCharacters : end);
+        m_errors.prepend(QLatin1String("..."));
+    }
     m_errorTimer->start(errorPause);
 }
 

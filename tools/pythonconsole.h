@@ -108,8 +108,11 @@ private:
     std::atomic<int> m_depthLettingThrough{0};
     QTimer m_roomTimer;
     QTimer *const m_errorTimer;
+    /// Of the present burst; the beginning of a very long one is dropped.
     QString m_errors;
     QTimer m_paintTimer;
+    /// The view is at the end, where the user has not scrolled away from it.
+    bool m_follows = true;
     QElapsedTimer m_lastPaint;
     QElapsedTimer m_lastChunk;
     int m_burst = 0;

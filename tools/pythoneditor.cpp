@@ -8,6 +8,7 @@
 
 #include <QFileInfo>
 #include <QKeyEvent>
+#include <QScrollBar>
 #include <QSettings>
 #include <QTextBlock>
 
@@ -102,8 +103,9 @@ void PythonEditor::loadFile(const QString &path)
     m_fileName = file.filePath();
     const bool keepsItsBytes = m_source.encode(text()) == bytes;
     m_ui->edit->setReadOnly(!keepsItsBytes);
-    m_ui->file->setText(keepsItsBytes ? file.fileName()
-                                      : tr("%1 (read-only: not UTF-8 text)").arg(file.fileName()));
+    m_ui->file->setText(keepsItsBytes
+                            ? file.fileName()
+                            : tr("%1 (read-only: saving would change it)").arg(file.fileName()));
     m_ui->file->setToolTip(m_fileName);
 }
 
@@ -208,11 +210,14 @@ bool PythonEditor::findText(const QString &text, bool backward, bool wrap)
             return false;
         QTextCursor cursor = m_ui->edit->textCursor();
         const int position = cursor.position();
+        QScrollBar *const bar = m_ui->edit->verticalScrollBar();
+        const int firstLine = bar->value();
         cursor.movePosition(backward ? QTextCursor::End : QTextCursor::Start);
         m_ui->edit->setTextCursor(cursor);
         if (!m_ui->edit->find(text, flags)) {
             cursor.setPosition(position);
             m_ui->edit->setTextCursor(cursor);
+            bar->setValue(firstLine);
             return false;
         }
     }
@@ -304,7 +309,8 @@ void PythonEditor::replaceAllFromDialog()
     place.setKeepPositionOnInsert(true);
 
     cursor.beginEditBlock();
-    QTextCursor match = document->find(text, cursor, flags);
+    // With a selection the toolkit would begin behind it, wherever the cursor stands.
+    QTextCursor match = document->find(text, cursor.position(), flags);
     for (; !match.isNull(); match = document->find(text, match, flags))
         match.insertText(m_replaceDialog->replaceText());
     match = document->find(text, 0, flags);

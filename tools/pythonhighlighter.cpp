@@ -203,16 +203,19 @@ void PythonHighlighter::highlightBlock(const QString &text)
     Colours colours(text.size());
     std::fill(colours.begin(), colours.end(), uchar(0));
     const unsigned traits = traitsOf(text);
+    // Checked once instead of at each match, which would make a long line quadratic.
+    m_matchOptions = text.isValidUtf16() ? QRegularExpression::DontCheckSubjectStringMatchOption
+                                         : QRegularExpression::NoMatchOption;
     for (int i = 0; i < m_rules.size(); ++i) {
         if ((traits & ruleTexts().at(i).trait) == 0)
             continue;
         const HighlightRule &rule = m_rules.at(i);
-        QRegularExpressionMatch match = rule.pattern.match(text);
+        QRegularExpressionMatch match = find(rule, text, 0);
         while (match.hasMatch()) {
             const int start = match.capturedStart(rule.nth);
             const int end = match.capturedEnd(rule.nth);
             std::fill(colours.begin() + start, colours.begin() + end, uchar(i + 1));
-            match = rule.pattern.match(text, end);
+            match = find(rule, text, end);
         }
     }
     setCurrentBlockState(0);
@@ -224,6 +227,12 @@ void PythonHighlighter::highlightBlock(const QString &text)
         }
     }
     apply(colours);
+}
+
+QRegularExpressionMatch
+PythonHighlighter::find(const HighlightRule &rule, const QString &text, int from) const
+{
+    return rule.pattern.match(text, from, QRegularExpression::NormalMatch, m_matchOptions);
 }
 
 /// Colours the strings of one delimiter. True when the line ends inside one.
@@ -240,14 +249,14 @@ bool PythonHighlighter::matchMultiline(const QString &text,
     int start = 0;
     int opening = 0;
     const auto findOpening = [&](int from) {
-        const QRegularExpressionMatch match = delimiter.pattern.match(text, from);
+        const QRegularExpressionMatch match = find(delimiter, text, from);
         start = match.capturedStart();
         opening = match.capturedLength();
     };
     if (!beginsInside)
         findOpening(0);
     while (start >= 0) {
-        const QRegularExpressionMatch closing = delimiter.pattern.match(text, start + opening);
+        const QRegularExpressionMatch closing = find(delimiter, text, start + opening);
         const int end = closing.hasMatch() ? closing.capturedEnd() : text.size();
         setCurrentBlockState(closing.hasMatch() ? 0 : delimiter.nth);
         std::fill(colours.begin() + start, colours.begin() + end, uchar(m_rules.size() + 1));

@@ -36,8 +36,11 @@ private:
     [[nodiscard]] bool
     matchMultiline(const QString &text, const HighlightRule &delimiter, Colours &colours);
     void apply(const Colours &colours);
+    [[nodiscard]] QRegularExpressionMatch
+    find(const HighlightRule &rule, const QString &text, int from) const;
 
     bool m_darkMode = false;
     QVector<HighlightRule> m_rules;
     QVector<HighlightRule> m_multilineRules;
+    QRegularExpression::MatchOptions m_matchOptions; // of the present line
 };

@@ -8,8 +8,9 @@ PythonInputDlg::PythonInputDlg(const QString &title, QWidget *parent)
     , m_ui(std::make_unique<Ui::PythonInputDlg>())
 {
     m_ui->setupUi(this);
+    // A lone [*] would be the place of a mark for changes.
     if (!title.isEmpty())
-        setWindowTitle(title);
+        setWindowTitle(QString(title).replace(QLatin1String("[*]"), QLatin1String("[*][*]")));
     connect(m_ui->ok, &QPushButton::clicked, this, &QDialog::accept);
 }
 

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QScrollBar>
 #include <QStyle>
 #include <QTextBlock>
@@ -326,4 +327,14 @@ void PythonTextEdit::changeCase(bool toUpper)
     cursor.setPosition(start);
     cursor.setPosition(end, QTextCursor::KeepAnchor);
     setTextCursor(cursor);
+}
+
+void PythonTextEdit::insertFromMimeData(const QMimeData *source)
+{
+    if (!source->hasText())
+        return;
+    // A line end to the eye, an illegal character to Python.
+    QMimeData plain;
+    plain.setText(source->text().replace(QChar::LineSeparator, QLatin1Char('\n')));
+    QPlainTextEdit::insertFromMimeData(&plain);
 }

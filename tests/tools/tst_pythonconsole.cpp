@@ -169,6 +169,18 @@ private Q_SLOTS:
         QTest::qWait(50);
         QCOMPARE(bar->value(), value);
         QCOMPARE(console()->textCursor().selectedText(), QString("4"));
+        // With what is seen, while lines above it are dropped.
+        const auto topLine = [this] { return console()->cursorForPosition({0, 0}).block().text(); };
+        enter("for i in range(5100): print(i)");
+        bar->setValue(200);
+        const QString top = topLine();
+        enter("for i in range(150): print(i)");
+        QCOMPARE(topLine(), top);
+        // And with the end when there is less room.
+        bar->setValue(bar->maximum());
+        m_console->resize(m_console->width(), m_console->height() / 2);
+        enter("1");
+        QTRY_COMPARE(bar->value(), bar->maximum());
     }
     void withoutConsole()
     {

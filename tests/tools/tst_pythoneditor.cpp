@@ -83,6 +83,7 @@ private:
             const QString rest = step.section(' ', 2);
             const QHash<QString, std::function<void()>> actions{
                 {"cd", [&] { QVERIFY(QDir::setCurrent(name)); }},
+                {"clip", [&] { QApplication::clipboard()->setText(all); }},
                 {"click", [&] { m_editor->findChild<QAbstractButton *>(name)->click(); }},
                 {"fill", [&] { fill(all.split('/')); }},
                 {"forget", [&] { m_events.clear(); }},
