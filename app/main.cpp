@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QFileInfo>
 
 int main(int argc, char *argv[])
 {
@@ -24,7 +25,9 @@ int main(int argc, char *argv[])
     const QStringList arguments = parser.positionalArguments();
 
     Tarnwick window;
-    if (!arguments.isEmpty() && !window.startSession(arguments.first()))
+    // Importing a generator may change the current folder.
+    if (!arguments.isEmpty()
+        && !window.startSession(QFileInfo(arguments.first()).absoluteFilePath()))
         return 0;
     window.show();
     return QApplication::exec();

@@ -93,7 +93,7 @@ void Tarnwick::runEditedGenerator()
             windows.append(window);
     }
     for (const QPointer<SessionWindow> &window : qAsConst(windows)) {
-        if (window && session == m_session)
+        if (window && session == m_session && !PythonModule::stopRequested())
             window->reload();
     }
     const QList<QMdiSubWindow *> subWindows = m_mdiArea->subWindowList();

@@ -8,6 +8,7 @@
 #include "app/sessionfile.h"
 #include "files/textfile.h"
 #include "params/parameterspane.h"
+#include "python/pythonmodule.h"
 #include "session/generator.h"
 #include "session/session.h"
 #include "session/sessionwindow.h"
@@ -156,7 +157,7 @@ void Tarnwick::openModes(const QString &modulePath,
     const int modifications = m_modifications;
     for (const QVariant &parameters : allParameters) {
         openSession(modulePath, partNumber, parameters);
-        if (m_sessionChanges != change)
+        if (m_sessionChanges != change || PythonModule::stopRequested())
             return;
     }
     // Each mode counts as one.

@@ -20,6 +20,7 @@
 #include <QMdiSubWindow>
 #include <QMessageBox>
 #include <QSignalMapper>
+#include <QTabBar>
 
 bool Tarnwick::startSession(const QString &location)
 {
@@ -114,15 +115,18 @@ void Tarnwick::showModeWindow(SessionWindow *window)
     subWindow->show();
     connect(window, &QObject::destroyed, this, &Tarnwick::modeWindowDestroyed);
     connect(window, &SessionWindow::regenerated, this, &Tarnwick::modeRegenerated);
-    connect(
-        window->parametersPane(), &ParametersPane::parameterChanged, this, &Tarnwick::markModified);
+    connect(window, &SessionWindow::parameterChanged, this, &Tarnwick::markModified);
     updateModesMenu();
     markModified();
 }
 
 SessionWindow *Tarnwick::activeSessionWindow() const
 {
-    const QMdiSubWindow *const current = m_mdiArea->currentSubWindow();
+    const QMdiSubWindow *current = m_mdiArea->activeSubWindow();
+    // In a window that is not active the area takes another for the current one once a tab was moved.
+    if (!current)
+        current =
+            m_mdiArea->subWindowList().value(m_mdiArea->findChild<QTabBar *>()->currentIndex());
     return current ? qobject_cast<SessionWindow *>(current->widget()) : nullptr;
 }
 
@@ -141,12 +145,10 @@ void Tarnwick::closeAllSessions()
 {
     ++m_sessionChanges;
     const QList<QMdiSubWindow *> subWindows = m_mdiArea->subWindowList();
-    for (QMdiSubWindow *const subWindow : subWindows) {
-        m_mdiArea->removeSubWindow(subWindow);
-        // Without the area nobody would own it until it is deleted.
-        subWindow->setParent(this);
-        subWindow->deleteLater();
-    }
+    // The area drops each at once and deletes it later. Removing them would take each out of the
+    // window's chain of focus as well, which grows with the modes.
+    for (QMdiSubWindow *const subWindow : subWindows)
+        subWindow->close();
     m_session.reset();
 }
 

@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QSpinBox>
 
+#include <algorithm>
 #include <limits>
 
 // Keys that parameters and groups share.
@@ -114,15 +115,43 @@ QVector<QPair<QString, QVariant>> choices(const ParameterEntry &entry)
     return items;
 }
 
+bool isSameData(const QVariant &a, const QVariant &b)
+{
+    if (a.userType() != b.userType())
+        return false;
+    switch (a.userType()) {
+    case QMetaType::Double:
+        return a.toDouble() == b.toDouble();
+    case QMetaType::QVariantList: {
+        const QVariantList first = a.toList();
+        const QVariantList second = b.toList();
+        return std::equal(first.begin(), first.end(), second.begin(), second.end(), isSameData);
+    }
+    case QMetaType::QVariantMap:
+        return isSameMap(a.toMap(), b.toMap());
+    default:
+        return a == b;
+    }
+}
+
+bool isSameMap(const QVariantMap &a, const QVariantMap &b)
+{
+    return std::equal(a.keyBegin(), a.keyEnd(), b.keyBegin(), b.keyEnd())
+        && std::equal(a.begin(), a.end(), b.begin(), b.end(), isSameData);
+}
+
 std::optional<QString> valueText(const ParameterEntry &entry, const QVariant &value)
 {
     if (entry.kind == ParameterKind::EnumMap) {
         // Of several texts for one value the last one is shown.
         std::optional<QString> text;
+        bool isExact = false;
         const QVariantMap values = entry.enumValues.toMap();
         for (auto it = values.cbegin(); it != values.cend(); ++it) {
-            if (it.value() == value)
+            const bool isSame = isSameData(it.value(), value);
+            if (isSame || (!isExact && it.value() == value))
                 text = it.key();
+            isExact = isExact || isSame;
         }
         return text;
     }
@@ -168,7 +197,10 @@ makeDoubleSpin(const ParameterEntry &entry, const QVariantList &range, QWidget *
 
 static void selectValue(QComboBox *combo, const QVariant &value)
 {
-    combo->setCurrentIndex(combo->findData(value));
+    int index = 0;
+    while (index < combo->count() && !isSameData(combo->itemData(index), value))
+        ++index;
+    combo->setCurrentIndex(index < combo->count() ? index : combo->findData(value));
 }
 
 static QComboBox *makeCombo(const ParameterEntry &entry, QWidget *parent)

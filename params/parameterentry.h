@@ -63,6 +63,10 @@ struct ParameterGroup
 /// Texts and values of the combo box of a parameter that has an "enum" and no valid "range".
 [[nodiscard]] QVector<QPair<QString, QVariant>> choices(const ParameterEntry &entry);
 
+/// Equal without any conversion, unlike the toolkit's variants, to which 1, true and "1" are equal.
+[[nodiscard]] bool isSameData(const QVariant &a, const QVariant &b);
+[[nodiscard]] bool isSameMap(const QVariantMap &a, const QVariantMap &b);
+
 /// How the value label shows \a value, which is not null; none when the parameter's choices have
 /// no text for it.
 [[nodiscard]] std::optional<QString> valueText(const ParameterEntry &entry, const QVariant &value);

@@ -88,7 +88,7 @@ ParametersPane::~ParametersPane()
 
 void ParametersPane::setParameters(const QVariantMap &parameters, const QVariantMap &groups)
 {
-    if (parameters == m_parameterDescriptors && groups == m_groupDescriptors)
+    if (isSameMap(parameters, m_parameterDescriptors) && isSameMap(groups, m_groupDescriptors))
         return;
     finishSetValues();
     const QVariantMap saved = values();

@@ -74,20 +74,8 @@ void FunctionsPane::setFunctions(const QString &name, const QVariantList &functi
     const QTextCursor cursor = view->textCursor();
     if (!cursor.atEnd() || cursor.hasSelection())
         view->moveCursor(QTextCursor::End);
-    scrollToBeginning();
-}
-
-void FunctionsPane::scrollToBeginning()
-{
-    m_ui->functions->verticalScrollBar()->setValue(0);
-    m_ui->functions->horizontalScrollBar()->setValue(0);
-}
-
-void FunctionsPane::showEvent(QShowEvent *event)
-{
-    QWidget::showEvent(event);
-    // The text area has just brought its cursor into view, which is at the end.
-    scrollToBeginning();
+    view->verticalScrollBar()->setValue(0);
+    view->horizontalScrollBar()->setValue(0);
 }
 
 void FunctionsPane::clear()

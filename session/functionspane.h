@@ -23,11 +23,7 @@ public:
     void setFunctions(const QString &name, const QVariantList &functions);
     void clear();
 
-protected:
-    void showEvent(QShowEvent *event) override;
-
 private:
-    void scrollToBeginning();
     [[nodiscard]] bool updateLines(const QString &text);
 
     const std::unique_ptr<Ui::FunctionsPane> m_ui;

@@ -153,8 +153,8 @@ generator::generate(const QString &moduleName, const QString &partNumber, const 
     // other failure of it.
     if (json.contains("'''")) {
         reportError(
-            QStringLiteral("The parameter values cannot be passed on, because they would end "
-                           "their Python text literal: %1")
+            tr("The parameter values cannot be passed on, because they would end their Python text "
+               "literal: %1")
                 .arg(QString::fromUtf8(json)));
     } else {
         const QByteArray statement = "tarnwick_parameters=json.loads('''" + json + "''')\n";
@@ -174,9 +174,11 @@ QMap<QString, QString> generator::findPartNumbers(const QString &path)
         for (const QVariant &part : queryPartNumbers(location.baseName()))
             parts.insert(part.toString(), path);
     } else if (location.isDir()) {
-        const QFileInfoList files = QDir(path).entryInfoList({QStringLiteral("settings_*.py")},
-                                                             QDir::Files | QDir::Readable,
-                                                             QDir::Name | QDir::IgnoreCase);
+        // Importing a generator may change the current folder.
+        const QDir folder(location.absoluteFilePath());
+        const QFileInfoList files = folder.entryInfoList({QStringLiteral("settings_*.py")},
+                                                         QDir::Files | QDir::Readable,
+                                                         QDir::Name | QDir::IgnoreCase);
         for (const QFileInfo &file : files) {
             const QMap<QString, QString> found = findPartNumbers(file.absoluteFilePath());
             for (auto part = found.begin(); part != found.end(); ++part) {

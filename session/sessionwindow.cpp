@@ -25,6 +25,11 @@ SessionWindow::SessionWindow(std::shared_ptr<Session> session, QWidget *parent)
 {
     buildLayout();
     m_parametersPane->setParameters(m_session->parameterList(), m_session->parameterGroupList());
+    // Before the generation, in which the user may ask to leave.
+    connect(m_parametersPane,
+            &ParametersPane::parameterChanged,
+            this,
+            &SessionWindow::parameterChanged);
     connect(m_parametersPane, &ParametersPane::parameterChanged, this, &SessionWindow::regenerate);
 }
 
@@ -59,6 +64,18 @@ void SessionWindow::buildLayout()
     setTabOrder(textArea(m_functionsPane), textArea(m_errorsPane));
 }
 
+void SessionWindow::showEvent(QShowEvent *event)
+{
+    QSplitter::showEvent(event);
+    if (std::exchange(m_shown, true))
+        return;
+    // The text areas have just brought their cursors into view, which are at the end.
+    for (const QPlainTextEdit *const area : findChildren<QPlainTextEdit *>()) {
+        area->verticalScrollBar()->setValue(0);
+        area->horizontalScrollBar()->setValue(0);
+    }
+}
+
 /// The form gets the keyboard and the width that its rows ask for, the results have the rest. Once
 /// only: from then on both are the user's.
 void SessionWindow::prepareFirstShow()
@@ -84,13 +101,20 @@ void SessionWindow::clearPanes()
 
 void SessionWindow::regenerate()
 {
+    // Each takes its part of the stack.
+    constexpr int mostRunning = 50;
+    if (m_runningGenerations >= mostRunning) {
+        m_generateAgain = true;
+        return;
+    }
     const QVariantMap values = m_parametersPane->values();
     if (!generate(values))
         return;
-    if (m_results.isEmpty())
-        clearPanes();
-    else
+    if (!m_results.isEmpty())
         showResults(values);
+    else if (!m_panesCleared)
+        clearPanes();
+    // else: what it printed to the error stream may stand there already.
     // Not before the value labels show what the generator used.
     prepareFirstShow();
 }
@@ -104,17 +128,27 @@ bool SessionWindow::generate(const QVariantMap &values)
     // The old texts must not be seen any more once this generation runs. Nothing is painted before
     // it returns, unless it prints, which lets events through. Waiting for that moment leaves the
     // old text in place for the common case, where most of it is right.
-    const QMetaObject::Connection clearing = connect(QAbstractEventDispatcher::instance(),
-                                                     &QAbstractEventDispatcher::awake,
-                                                     this,
-                                                     [this, generation] {
-                                                         if (generation == m_generations)
-                                                             clearPanes();
-                                                     });
+    const QMetaObject::Connection clearing =
+        connect(QAbstractEventDispatcher::instance(),
+                &QAbstractEventDispatcher::awake,
+                this,
+                [this, generation] {
+                    if (generation == m_generations && !std::exchange(m_panesCleared, true))
+                        clearPanes();
+                });
+    m_panesCleared = false;
+    ++m_runningGenerations;
     const std::shared_ptr<Session> session = m_session;
     const QVariantMap results = session->generate(values);
     disconnect(clearing);
-    if (!alive || generation != m_generations)
+    if (!alive)
+        return false;
+    --m_runningGenerations;
+    if (std::exchange(m_generateAgain, false)) {
+        regenerate();
+        return false;
+    }
+    if (generation != m_generations)
         return false;
     m_results = results;
     return true;

@@ -30,6 +30,8 @@ public:
     [[nodiscard]] ErrorsPane *errorsPane() const { return m_errorsPane; }
 
 Q_SIGNALS:
+    /// The user changed a parameter, which is generated from next.
+    void parameterChanged();
     /// A generation succeeded and is shown.
     void regenerated(SessionWindow *sessionWin);
 
@@ -39,6 +41,9 @@ public Q_SLOTS:
     void regenerate();
     /// Rebuilds the form from the session's descriptors, keeping its values, and regenerates.
     void reload();
+
+protected:
+    void showEvent(QShowEvent *event) override;
 
 private:
     void buildLayout();
@@ -55,5 +60,12 @@ private:
     ParametersPane *const m_parametersPane;
     /// Counts the generations, so that one which a newer one has overtaken is noticed.
     int m_generations = 0;
+    /// Those that are inside each other at present.
+    int m_runningGenerations = 0;
+    /// One was asked for inside too many others.
+    bool m_generateAgain = false;
+    /// The present generation has let events through, and the panes were cleared before.
+    bool m_panesCleared = false;
     bool m_prepared = false;
+    bool m_shown = false;
 };

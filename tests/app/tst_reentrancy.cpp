@@ -38,16 +38,25 @@ private Q_SLOTS:
         QCOMPARE(titles(), QString("P2_gain1"));
     }
 
-    void changedTwentyDeep()
+    /// The change that is being generated from is one.
+    void closedDuringTheFirstChange()
     {
-        gain()->setMaximum(100);
+        RecordingConsole::once([this] { act("ask session parameter list(s); Exit"); });
+        act("up 0");
+        QVERIFY(m_window->isVisible());
+        QCOMPARE(problem(), QString());
+    }
+
+    void changedDeeply()
+    {
+        gain()->setMaximum(1000);
         int depth = 0;
         RecordingConsole::onWrite = [&] {
-            if (++depth <= 20)
+            if (++depth <= 120)
                 gain()->stepUp();
         };
         gain()->stepUp();
-        QCOMPARE(gain()->value(), 22);
+        QCOMPARE(gain()->value(), 122);
         QCOMPARE(problem(), QString());
     }
 
@@ -171,8 +180,7 @@ private:
             [=] { QTest::keyClick(spin, Qt::Key_Up); },
             [=] { QTest::mouseClick(spin, Qt::LeftButton, {}, QPoint(spin->width() - 5, 4)); },
             [=] {
-                spin->selectAll();
-                QTest::keyClicks(spin, "2");
+                type(spin, "2");
                 QTest::keyClick(spin, Qt::Key_Return);
             },
             [=] { click(mode()->findChild<QCheckBox *>("gain_check")); },

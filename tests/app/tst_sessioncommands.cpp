@@ -181,6 +181,12 @@ private Q_SLOTS:
         PythonModule::execute("undefined");
         QTRY_VERIFY(pane(mode(), "errors").startsWith("Traceback"));
         QVERIFY(pane(mode(), "errors").endsWith("NameError: name 'undefined' is not defined\n"));
+        // Of the tab that is shown, wherever the user moved it, and in a window that is not active.
+        act("New_Mode; New_Mode; mode 0");
+        area()->findChild<QTabBar *>()->moveTab(0, 2);
+        act("hide");
+        PythonModule::execute("1/0");
+        QTRY_VERIFY(pane(mode(2), "errors").contains("ZeroDivisionError"));
     }
 };
 

@@ -99,6 +99,7 @@ protected:
                 {"start", [&] { std::ignore = m_window->startSession(m_folder->path(rest)); }},
                 {"gain", [&] { gain(index)->setValue(second.toInt()); }},
                 {"click", [&] { click(mode(index)->findChild<QCheckBox *>(second)); }},
+                {"type", [&] { type(gain(index), second); }},
                 {"up", [&] { index < modeCount() ? gain(index)->stepUp() : void(); }},
                 {"close", [&] { index < modeCount() ? closeTab(index) : void(); }},
                 {"press", [&] { child<QToolButton>(qPrintable(rest))->click(); }},
@@ -214,6 +215,12 @@ protected:
     {
         child<QLineEdit>("prompt")->setText(statement);
         QTest::keyClick(child<QLineEdit>("prompt"), Qt::Key_Return);
+    }
+    static void type(QSpinBox *spin, const QString &text)
+    {
+        spin->setFocus();
+        spin->selectAll();
+        QTest::keyClicks(spin, text);
     }
     static void click(QWidget *widget) { QTest::mouseClick(widget, Qt::LeftButton); }
 
