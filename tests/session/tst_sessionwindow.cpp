@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "params/parameterspane.h"
+#include "session/errorspane.h"
 #include "session/session.h"
 #include "session/sessionwindow.h"
 #include "support/generatorfolder.h"
 #include "support/recordingconsole.h"
 #include "support/table.h"
 #include "support/testmain.h"
+
+#include <QPlainTextEdit>
+#include <QScrollBar>
 
 /// Scripts played to a window, see tests/data/session/windows.txt.
 class tst_SessionWindow : public QObject
@@ -63,6 +67,8 @@ private:
                 run(rest);
                 QCoreApplication::processEvents();
             };
+        } else if (verb == "say") {
+            m_window->errorsPane()->setLines({rest});
         } else if (verb == "layout") {
             checkLayout();
         } else if (verb == "results") {
@@ -79,6 +85,8 @@ private:
         m_window->resize(1000, 600);
         m_window->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        for (const auto *const area : m_window->findChildren<QPlainTextEdit *>())
+            QCOMPARE(area->verticalScrollBar()->value(), 0);
         const QWidget *const form = m_window->parametersPane();
         const QWidget *const upper = find("NotesPane")->parentWidget();
         const QPoint notes = place("NotesPane");
