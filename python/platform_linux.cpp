@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -32,14 +33,30 @@ int collectModule(dl_phdr_info *info, std::size_t, void *paths)
     return 0;
 }
 
-/// Whether variables tell the interpreter anything.
-bool isPythonConfigured()
+/// Variables of the interpreter that no value of theirs makes it end its start, and its home, which is
+/// looked at by itself.
+constexpr const char *harmlessVariables[] = {"PYTHONDONTWRITEBYTECODE",
+                                             "PYTHONFAULTHANDLER",
+                                             "PYTHONHOME",
+                                             "PYTHONNOUSERSITE",
+                                             "PYTHONOPTIMIZE",
+                                             "PYTHONSTARTUP",
+                                             "PYTHONUNBUFFERED",
+                                             "PYTHONUSERBASE",
+                                             "PYTHONWARNINGS"};
+
+/// Whether there are variables that could make the interpreter end its start.
+bool hasDoubtfulVariable()
 {
-    constexpr char prefix[] = "PYTHON";
     for (const char *const *variable = environ; *variable; ++variable) {
-        const char *const value = std::strchr(*variable, '=');
-        if (std::strncmp(*variable, prefix, sizeof prefix - 1) == 0 && value && value[1])
+        const std::string text(*variable);
+        const std::size_t nameEnd = text.find('=');
+        const std::string name = text.substr(0, nameEnd);
+        if (name.compare(0, 6, "PYTHON") == 0 && nameEnd + 1 < text.size()
+            && std::find(std::begin(harmlessVariables), std::end(harmlessVariables), name)
+                == std::end(harmlessVariables)) {
             return true;
+        }
     }
     return false;
 }
@@ -83,7 +100,7 @@ public:
 
     bool survivesStart(const std::string &path, Library library) override
     {
-        if (installations::isSystems(path.substr(0, path.rfind('/'))) && !isPythonConfigured())
+        if (installations::isSystems(path.substr(0, path.rfind('/'))) && !hasDoubtfulVariable())
             return true;
         const auto initialize = reinterpret_cast<void (*)(int)>(dlsym(library, "Py_InitializeEx"));
         const pid_t child = fork();
