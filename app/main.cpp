@@ -5,7 +5,6 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QFileInfo>
 
 int main(int argc, char *argv[])
 {
@@ -25,9 +24,7 @@ int main(int argc, char *argv[])
     const QStringList arguments = parser.positionalArguments();
 
     Tarnwick window;
-    // Importing a generator may change the current folder.
-    if (!arguments.isEmpty()
-        && !window.startSession(QFileInfo(arguments.first()).absoluteFilePath()))
+    if (!arguments.isEmpty() && !window.startSession(arguments.first()))
         return 0;
     window.show();
     return QApplication::exec();

@@ -78,12 +78,8 @@ void Tarnwick::warn(const QString &title, const QString &text)
 void Tarnwick::closeEvent(QCloseEvent *event)
 {
     // What is being typed counts: hiding the window would commit it when nobody is asked any more.
-    const bool wasVisible = isVisible();
     if (auto *const box = qobject_cast<QAbstractSpinBox *>(focusWidget()))
         box->interpretText();
-    // The generator that runs then lets events through.
-    if (wasVisible && !isVisible())
-        return;
     if (unsavedChangesCancelled()) {
         event->ignore();
         return;

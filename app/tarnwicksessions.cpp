@@ -15,6 +15,7 @@
 #include "tools/pythoneditor.h"
 #include "ui_tarnwick.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -24,10 +25,14 @@
 
 bool Tarnwick::startSession(const QString &location)
 {
+    // The generators that the dialog imports may change the current folder.
+    const QDir folder(QDir::currentPath());
     NewSessionDlg dialog(location);
     if (dialog.exec() == QDialog::Rejected)
         return false;
-    openSession(dialog.moduleFile(), dialog.partNumber(), QVariant());
+    const QString file = dialog.moduleFile();
+    openSession(
+        file.isEmpty() ? file : folder.absoluteFilePath(file), dialog.partNumber(), QVariant());
     return true;
 }
 

@@ -36,18 +36,21 @@ void displayError(PyObject *type, PyObject *value, PyObject *traceback)
     py.PyErr_Clear();
 }
 
-/// The status that a forked child ends with: that of the last run's error, if there was one.
+/// The status that a forked child ends with: that of its last error, if there was one.
 int childStatus = 0;
 
-/// What a process ends with on an error, as the interpreter's own program does.
-int exitStatusOf(PyObject *error)
+/// What the interpreter's own program ends with on an error.
+int exitStatusOf(PyObject *type, PyObject *error)
 {
-    const PyRef code(error ? py.PyObject_GetAttrString(error, "code") : nullptr);
+    if (!py.PyErr_GivenExceptionMatches(type, *py.SystemExit))
+        return 1;
+    const PyRef code(py.PyObject_GetAttrString(error, "code"));
     if (code && code.get() == py.None)
         return 0;
-    const long status = code ? py.PyLong_AsLong(code.get()) : -1;
+    const long status = code ? py.PyLong_AsLong(code.get()) : 1;
+    const bool isNumber = !py.PyErr_Occurred();
     py.PyErr_Clear();
-    return status == -1 ? 1 : static_cast<int>(status);
+    return isNumber ? static_cast<int>(status) : 1;
 }
 
 /// Prints and clears the pending error. PyErr_Print() would do, but it ends the process on
@@ -64,7 +67,8 @@ void printError()
     const PyRef typeRef(type);
     const PyRef valueRef(value);
     const PyRef tracebackRef(traceback);
-    childStatus = exitStatusOf(value);
+    if (CPython::isForkedChild())
+        childStatus = exitStatusOf(type, value);
     // The streams refuse everything then.
     if (CPython::stopRequested())
         return;
@@ -105,7 +109,6 @@ void printError()
 /// The value of \a code run in the namespace of __main__, or none after the error was printed.
 PyRef run(const char *code, const char *fileName, int start)
 {
-    childStatus = 0;
     if (!code)
         return {};
     PyObject *const mainModule = py.PyImport_AddModule("__main__");

@@ -70,6 +70,8 @@ public:
     [[nodiscard]] static bool isRunning() { return s_runDepth > 0; }
     /// How many run operations of the thread that started the interpreter are inside each other.
     [[nodiscard]] static int runDepth() { return s_runDepth; }
+    /// True in a process that a script forked off. Such a child owns no window and no display.
+    [[nodiscard]] static bool isForkedChild();
     /// From now on each write to the standard streams raises KeyboardInterrupt, so that scripts that
     /// print come to an end. For a program that is about to quit; lasts until the shutdown.
     static void requestStop() { s_stopRequested = true; }
@@ -88,8 +90,6 @@ protected:
 
     /// True on the thread that started the interpreter.
     [[nodiscard]] static bool isInitialisingThread();
-    /// True in a process that a script forked off. Such a child owns no window and no display.
-    [[nodiscard]] static bool isForkedChild();
     [[nodiscard]] static Platform &platform() { return *s_platform; }
 
 private:

@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <link.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -102,13 +103,28 @@ public:
     {
         if (installations::isSystems(path.substr(0, path.rfind('/'))) && !hasDoubtfulVariable())
             return true;
+        const auto setProgramName =
+            reinterpret_cast<void (*)(wchar_t *)>(dlsym(library, "Py_SetProgramName"));
         const auto initialize = reinterpret_cast<void (*)(int)>(dlsym(library, "Py_InitializeEx"));
+        if (!setProgramName || !initialize)
+            return false;
         const pid_t child = fork();
         if (child == 0) {
             const int nowhere = open("/dev/null", O_RDWR);
             for (const int stream : {0, 1, 2})
                 dup2(nowhere, stream);
+            const rlimit noCoreFile{0, 0};
+            setrlimit(RLIMIT_CORE, &noCoreFile);
+            // Handlers that are there already wait for threads, which a fork does not copy.
+            std::atexit([] { _exit(1); });
+            // As for the real start: the empty home is removed, the current folder may be gone, and no
+            // program on the path has this name, from whose place it would learn its own.
+            if (environmentVariable("PYTHONHOME") == "")
+                unsetenv("PYTHONHOME");
+            setCurrentDirectory("/");
             dlopen(path.c_str(), keepFlags);
+            static wchar_t name[] = L"Tarnwick";
+            setProgramName(name);
             initialize(0);
             _exit(0);
         }

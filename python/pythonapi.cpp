@@ -22,6 +22,7 @@ bool PythonApi::resolve(Platform &platform, Platform::Library library)
         && bind(platform, library, "_Py_FalseStruct", api.False)
         && bind(platform, library, "PyExc_AttributeError", api.AttributeError)
         && bind(platform, library, "PyExc_KeyboardInterrupt", api.KeyboardInterrupt)
+        && bind(platform, library, "PyExc_SystemExit", api.SystemExit)
         && bind(platform, library, "PyExc_TypeError", api.TypeError)
         && bind(platform, library, "PyExc_ValueError", api.ValueError);
     if (complete)

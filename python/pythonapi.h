@@ -17,7 +17,9 @@
     X(PyErr_Display)                                                                               \
     X(PyErr_ExceptionMatches)                                                                      \
     X(PyErr_Fetch)                                                                                 \
+    X(PyErr_GivenExceptionMatches)                                                                 \
     X(PyErr_NormalizeException)                                                                    \
+    X(PyErr_Occurred)                                                                              \
     X(PyErr_SetString)                                                                             \
     X(PyEval_EvalCode)                                                                             \
     X(PyEval_GetBuiltins)                                                                          \
@@ -85,6 +87,7 @@ struct PythonApi
     // Variables of the library that hold exception types; filled by the interpreter's start.
     PyObject **AttributeError = nullptr;
     PyObject **KeyboardInterrupt = nullptr;
+    PyObject **SystemExit = nullptr;
     PyObject **TypeError = nullptr;
     PyObject **ValueError = nullptr;
 

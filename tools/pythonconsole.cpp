@@ -137,8 +137,9 @@ void PythonConsole::makeConnections()
     connect(bar, &QScrollBar::valueChanged, this, [this, bar](int value) {
         m_follows = value == bar->maximum();
     });
-    // More text below, or less room for it.
+    // More text below, or less room for it; or all of it in view.
     connect(bar, &QScrollBar::rangeChanged, this, [this, bar](int, int maximum) {
+        m_follows = m_follows || bar->value() >= maximum;
         if (m_follows)
             bar->setValue(maximum);
     });

@@ -24,16 +24,18 @@ private Q_SLOTS:
     }
     void cleanup() { tearDown(); }
 
-    /// While a generator is being imported for one session, the user opens another.
+    /// While one session is being opened, the user opens another.
+    void newerOpeningWins_data() { loadTable("app/openings"); }
     void newerOpeningWins()
     {
+        QFETCH(const QString, opening);
+        QFETCH(const QString, chunk);
         int chunks = 0;
         RecordingConsole::onWrite = [&] {
-            // The listing of the dialog prints first: word and line feed.
-            if (++chunks == 3)
+            if (++chunks == chunk.toInt())
                 act("pick P2; New");
         };
-        act("pick P1; New");
+        act(opening);
         QCOMPARE(m_window->windowTitle(), QString("Tarnwick P2"));
         QCOMPARE(titles(), QString("P2_gain1"));
     }

@@ -172,6 +172,8 @@ protected:
     {
         return [part](QDialog *dialog) {
             auto *const parts = dialog->findChild<QListWidget *>("parts");
+            if (!parts)
+                dialog->reject();
             QVERIFY2(parts, "this is no list of parts");
             parts->setCurrentItem(parts->findItems(part, Qt::MatchExactly).value(0));
             dialog->accept();
