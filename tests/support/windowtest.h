@@ -130,6 +130,7 @@ protected:
         QCOMPARE(entries, modeCount() > 0 ? shown : QStringList());
         if (const auto *const current = area()->currentSubWindow()) {
             QVERIFY(current->isMaximized());
+            QVERIFY(!(current->windowFlags() & Qt::WindowSystemMenuHint));
             shown[area()->subWindowList().indexOf(area()->currentSubWindow())].prepend('*');
         }
         QTEST(shown.join(", "), "titles");
