@@ -149,6 +149,10 @@ QVector<SessionWindow *> Tarnwick::modeWindows() const
 void Tarnwick::closeAllSessions()
 {
     ++m_sessionChanges;
+    // Hidden, a mode commits what is being typed in it. Nobody wants that generated any more, and events
+    // that the generator lets through would find the session half closed.
+    for (const SessionWindow *const window : modeWindows())
+        window->parametersPane()->blockSignals(true);
     const QList<QMdiSubWindow *> subWindows = m_mdiArea->subWindowList();
     // The area drops each at once and deletes it later. Removing them would take each out of the
     // window's chain of focus as well, which grows with the modes.

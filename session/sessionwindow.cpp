@@ -112,9 +112,8 @@ void SessionWindow::regenerate()
         return;
     if (!m_results.isEmpty())
         showResults(values);
-    else if (!m_panesCleared)
+    else if (!m_panesCleared) // else what was told meanwhile may stand there
         clearPanes();
-    // else: what it printed to the error stream may stand there already.
     // Not before the value labels show what the generator used.
     prepareFirstShow();
 }
