@@ -35,7 +35,7 @@ public:
     {
         QVariantList list;
         list.reserve(array.size());
-        for (const QJsonValue element : array)
+        for (const QJsonValue &element : array)
             list.append(read(element));
         return list;
     }

@@ -183,7 +183,7 @@ void ParametersPane::makeGroups()
 void ParametersPane::fillForms()
 {
     // Of equal ord, the map's order, which is that of the names, stays.
-    QVector<ParameterGroup> groups = m_groups.values().toVector();
+    QList<ParameterGroup> groups = m_groups.values();
     std::stable_sort(
         groups.begin(), groups.end(), [](const auto &a, const auto &b) { return a.ord < b.ord; });
     for (const ParameterGroup &group : qAsConst(groups)) {

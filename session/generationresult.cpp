@@ -16,20 +16,20 @@ static quint32 roundedModulo(double number)
     return static_cast<quint32>(static_cast<qint64>(std::fmod(rounded, modulus)));
 }
 
-quint32 generationresult::registerValue(const QVariant &value)
+quint32 generationresult::registerValue(const QVariant &number)
 {
-    switch (value.userType()) {
+    switch (number.userType()) {
     case QMetaType::Int:
     case QMetaType::UInt:
     case QMetaType::LongLong:
-        return static_cast<quint32>(value.toLongLong());
+        return static_cast<quint32>(number.toLongLong());
     case QMetaType::ULongLong:
-        return static_cast<quint32>(value.toULongLong());
+        return static_cast<quint32>(number.toULongLong());
     case QMetaType::Double:
     case QMetaType::Float:
-        return roundedModulo(value.toDouble());
+        return roundedModulo(number.toDouble());
     case QMetaType::QString:
-        return static_cast<quint32>(value.toString().toULongLong());
+        return static_cast<quint32>(number.toString().toULongLong());
     default:
         return 0;
     }

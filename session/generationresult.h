@@ -29,6 +29,6 @@ inline const QString registerWrite = QStringLiteral("REG_WRITE");
 
 /// The 32 bits that an instruction writes: a number rounded to the nearest integer and taken modulo
 /// 2^32, or text holding a decimal number; 0 for anything else.
-[[nodiscard]] quint32 registerValue(const QVariant &value);
+[[nodiscard]] quint32 registerValue(const QVariant &number);
 
 } // namespace generationresult

@@ -7,7 +7,9 @@
 #include <QComboBox>
 #include <QFormLayout>
 #include <QGroupBox>
+#include <QJsonDocument>
 #include <QSplitter>
+#include <QTimer>
 #include <QWheelEvent>
 
 /// A map as it comes from Python, of those in a text with single quotes for double ones.

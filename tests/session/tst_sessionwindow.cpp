@@ -8,6 +8,7 @@
 #include "support/table.h"
 #include "support/testmain.h"
 
+#include <QJsonDocument>
 #include <QPlainTextEdit>
 #include <QScrollBar>
 

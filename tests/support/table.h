@@ -2,7 +2,7 @@
 #pragma once
 
 #include <QFile>
-#include <QtTest>
+#include <QTest>
 
 #include <deque>
 

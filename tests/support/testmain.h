@@ -2,7 +2,7 @@
 #pragma once
 
 #include <QApplication>
-#include <QtTest>
+#include <QTest>
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
