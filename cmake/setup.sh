@@ -9,6 +9,7 @@
 build_packages=(cmake ninja-build g++ qtbase5-dev python3-dev fonts-dejavu-core)
 display_packages=(xvfb xauth)
 test_packages=(binutils python3-numpy)
+style_packages=(git clang clazy clang-format)
 
 fail() {
     printf '%s\n' "$*" >&2
@@ -40,10 +41,12 @@ and run this again."
         as_root=(sudo -n)
     fi
     printf 'Installing %s\n' "${missing[*]}"
-    "${as_root[@]}" apt-get update -qq || fail "The package lists could not be read."
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null \
-        || fail "The packages could not be installed."
+    # Without a terminal the package manager has much to say that concerns nobody.
+    mkdir -p build
+    "${as_root[@]}" apt-get update -qq >build/packages.log 2>&1 \
+        && "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+            apt-get install -y -qq --no-install-recommends "${missing[@]}" >>build/packages.log 2>&1 \
+        || { cat build/packages.log >&2; fail "The packages could not be installed."; }
 }
 
 # build PRESET [CMAKE-OPTION...]: configures the first time, builds, and sets build_dir.
@@ -53,13 +56,21 @@ build() {
     build_dir=build/$preset
     local launcher=()
     command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    local type=Release
-    [ "$preset" = dev ] && type=RelWithDebInfo
-    [ "$preset" = asan ] && type=Debug
     mkdir -p "$build_dir"
     # The options of the presets, for CMake versions that don't know those yet.
-    local options=("-DCMAKE_BUILD_TYPE=$type")
-    [ "$preset" = asan ] && options+=(-DTARNWICK_SANITIZE=address,undefined)
+    local options=()
+    case $preset in
+        release) options=(-DCMAKE_BUILD_TYPE=Release) ;;
+        dev) options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo) ;;
+        asan) options=(-DCMAKE_BUILD_TYPE=Debug -DTARNWICK_SANITIZE=address,undefined) ;;
+        clang)
+            options=(-DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clazy)
+            # Slots are connected by their names on purpose, keys are global texts, and what is
+            # iterated over is mostly a function's result, which nobody shares.
+            export CLAZY_CHECKS=level0,level1,no-connect-by-name,no-non-pod-global-static,no-range-loop-detach
+            export CLAZY_IGNORE_DIRS='.*/(tests|bench)/.*'
+            ;;
+    esac
     cmake -S . -B "$build_dir" -G Ninja "${options[@]}" "${launcher[@]}" "$@" >"$build_dir/configure.log" 2>&1 \
         || { cat "$build_dir/configure.log"; fail "The build could not be configured."; }
     cmake --build "$build_dir"
