@@ -43,7 +43,7 @@ public:
     [[nodiscard]] virtual Library loadLibrary(const std::string &path) = 0;
     /// Whether the interpreter of a library survives its start, which ends the process when it does not
     /// find its standard library or dislikes a variable. Where that is in doubt, a process of its own
-    /// tries.
+    /// tries, for ten seconds at most. One that runs already has survived.
     [[nodiscard]] virtual bool survivesStart(const std::string &path, Library library) = 0;
     /// Makes a loaded library's symbols visible to extension modules, and keeps it in the process for
     /// good: threads of the interpreter may outlive everything else.
@@ -80,8 +80,9 @@ public:
     virtual void setEnvironmentVariable(const char *name,
                                         const std::optional<std::string> &value) = 0;
 
-    /// Gives a process without any locale one that stores text as UTF-8; call before the toolkit
-    /// and the interpreter start. A locale that somebody chose stays.
+    /// Gives a process without any locale, or with "C", one that stores text as UTF-8: file names
+    /// that are not ASCII would be out of reach. Call it before the toolkit and the interpreter
+    /// start. Any other locale that somebody chose stays.
     virtual void useUtf8Locale() = 0;
     /// A write to a closed pipe, or beyond the size that files may have, becomes an error instead of
     /// the end of the process.

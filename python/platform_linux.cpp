@@ -19,6 +19,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <tuple>
 #include <vector>
 
@@ -46,18 +47,59 @@ constexpr const char *harmlessVariables[] = {"PYTHONDONTWRITEBYTECODE",
                                              "PYTHONUSERBASE",
                                              "PYTHONWARNINGS"};
 
-/// Whether there are variables that could make the interpreter end its start.
+/// Modules that some version reads before it is up, which ends its start when they raise.
+constexpr const char *startModules[] = {"_bootlocale",
+                                        "_collections_abc",
+                                        "_sitebuiltins",
+                                        "_weakrefset",
+                                        "abc",
+                                        "codecs",
+                                        "encodings",
+                                        "genericpath",
+                                        "io",
+                                        "linecache",
+                                        "os",
+                                        "posixpath",
+                                        "site",
+                                        "stat",
+                                        "sysconfig"};
+
+/// Whether something on a module path takes the place of such a module, or may, in an archive.
+bool hidesStartModule(const std::string &modulePath)
+{
+    std::istringstream places(modulePath);
+    for (std::string place; std::getline(places, place, ':');) {
+        struct stat status;
+        if (stat(place.empty() ? "." : place.c_str(), &status) != 0)
+            continue;
+        if (!S_ISDIR(status.st_mode))
+            return true;
+        for (const std::string module : startModules) {
+            for (const char *const ending : {"", ".py", ".pyc"}) {
+                const std::string path = place + (place.empty() ? "" : "/") + module + ending;
+                if (stat(path.c_str(), &status) == 0)
+                    return true;
+            }
+        }
+    }
+    return false;
+}
+
+/// Whether there are variables that could make the interpreter end its start. A module path alone is
+/// none: the trial would run what is customised there twice.
 bool hasDoubtfulVariable()
 {
     for (const char *const *variable = environ; *variable; ++variable) {
         const std::string text(*variable);
         const std::size_t nameEnd = text.find('=');
         const std::string name = text.substr(0, nameEnd);
-        if (name.compare(0, 6, "PYTHON") == 0 && nameEnd + 1 < text.size()
-            && std::find(std::begin(harmlessVariables), std::end(harmlessVariables), name)
-                == std::end(harmlessVariables)) {
+        if (name.compare(0, 6, "PYTHON") != 0 || nameEnd + 1 >= text.size())
+            continue;
+        if (name == "PYTHONPATH"
+                ? hidesStartModule(text.substr(nameEnd + 1))
+                : std::find(std::begin(harmlessVariables), std::end(harmlessVariables), name)
+                    == std::end(harmlessVariables))
             return true;
-        }
     }
     return false;
 }
@@ -101,12 +143,15 @@ public:
 
     bool survivesStart(const std::string &path, Library library) override
     {
+        const auto isInitialized = reinterpret_cast<int (*)()>(dlsym(library, "Py_IsInitialized"));
+        if (isInitialized && isInitialized() != 0)
+            return true;
         if (installations::isSystems(path.substr(0, path.rfind('/'))) && !hasDoubtfulVariable())
             return true;
         const auto setProgramName =
             reinterpret_cast<void (*)(wchar_t *)>(dlsym(library, "Py_SetProgramName"));
         const auto initialize = reinterpret_cast<void (*)(int)>(dlsym(library, "Py_InitializeEx"));
-        if (!setProgramName || !initialize)
+        if (!setProgramName || !initialize || m_startHangs)
             return false;
         const pid_t child = fork();
         if (child == 0) {
@@ -115,6 +160,10 @@ public:
                 dup2(nowhere, stream);
             const rlimit noCoreFile{0, 0};
             setrlimit(RLIMIT_CORE, &noCoreFile);
+            // What is customised may never return.
+            constexpr unsigned deadline = 10; // seconds
+            std::signal(SIGALRM, SIG_DFL);
+            alarm(deadline);
             // Handlers that are there already wait for threads, which a fork does not copy.
             std::atexit([] { _exit(1); });
             // As for the real start: the empty home is removed, the current folder may be gone, and no
@@ -130,6 +179,8 @@ public:
         }
         int status = 0;
         while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) { }
+        // It would hold up the next library as well.
+        m_startHangs = WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM;
         return status == 0;
     }
 
@@ -218,8 +269,14 @@ public:
     {
         for (const char *name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
             const char *const value = std::getenv(name);
-            if (value && *value)
+            if (!value || !*value)
+                continue;
+            if (std::strcmp(value, "C") != 0 && std::strcmp(value, "POSIX") != 0)
                 return;
+            // It would hide the other one; for all but the text it says the same.
+            if (std::strcmp(name, "LC_ALL") == 0)
+                setenv(name, "C.UTF-8", 1);
+            break;
         }
         setenv("LC_CTYPE", "C.UTF-8", 1);
     }
@@ -246,6 +303,9 @@ public:
     }
 
     void endProcess(int status) override { _exit(status); }
+
+private:
+    bool m_startHangs = false;
 };
 
 } // namespace

@@ -99,7 +99,7 @@ bool PythonLocator::locate(const std::string &givenDirectory)
 {
     // Two of them in one process would call each other's functions.
     if (m_library || alreadyLoadedLibrary())
-        return !isFreeThreaded(versionOf(m_platform, m_library));
+        return m_library != nullptr;
     if (!givenDirectory.empty())
         tryGivenDirectory(givenDirectory);
     if (m_library)
@@ -121,6 +121,7 @@ bool PythonLocator::locate(const std::string &givenDirectory)
     return m_library != nullptr;
 }
 
+/// True when the process has one, which is taken if it can be started.
 bool PythonLocator::alreadyLoadedLibrary()
 {
     const std::string prefix = m_platform.pythonLibraryPrefix();
@@ -128,12 +129,30 @@ bool PythonLocator::alreadyLoadedLibrary()
         const std::string name = path.substr(path.find_last_of("/\\") + 1);
         if (lowerCase(name.substr(0, prefix.size())) != prefix)
             continue;
-        m_library = m_platform.openLoadedModule(path);
-        if (m_library)
+        if (const Platform::Library library = m_platform.openLoadedModule(path)) {
+            takeLoaded(path, library);
             return true;
+        }
     }
-    m_library = m_platform.programWithPython();
-    return m_library != nullptr;
+    const Platform::Library program = m_platform.programWithPython();
+    if (program)
+        takeLoaded({}, program);
+    return program != nullptr;
+}
+
+void PythonLocator::takeLoaded(const std::string &path, Platform::Library library)
+{
+    const std::string version = versionOf(m_platform, library);
+    if (isFreeThreaded(version))
+        return;
+    const int minor = minorVersion(version);
+    SavedEnvironment environment(m_platform);
+    // The start itself does without such a home.
+    if (!isHomeUsable(m_platform, minor))
+        environment.set("PYTHONHOME", {});
+    if (survivesStart(path, library, minor))
+        m_library = library;
+    environment.restore();
 }
 
 void PythonLocator::tryGivenDirectory(std::string directory)

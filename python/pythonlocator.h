@@ -38,6 +38,7 @@ public:
 
 private:
     [[nodiscard]] bool alreadyLoadedLibrary();
+    void takeLoaded(const std::string &path, Platform::Library library);
     void tryGivenDirectory(std::string directory);
     [[nodiscard]] bool tryVirtualEnvironment(const std::string &directory);
     [[nodiscard]] bool tryScriptsLayout(const std::string &directory);

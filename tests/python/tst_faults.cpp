@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "support/generatorfolder.h"
 #include "support/pattern.h"
 #include "support/table.h"
 
@@ -66,10 +67,30 @@ private Q_SLOTS:
                  output.replace("<own>", own) + "\nreturned\nended\n");
     }
 
-    /// It makes Python unusable, and does not end the program.
-    void variableThatEndsTheStart()
+    /// What the interpreter dislikes makes it unusable, and does not end the program.
+    void start_data() { loadTable("python/start"); }
+    void start()
     {
-        QCOMPARE(outputOf("runscript", {"print(1)"}, {{"PYTHONIOENCODING", "nonsense"}}),
+        QFETCH(QString, module);
+        QFETCH(QString, variable);
+        QFETCH(QString, value);
+        QFETCH(QString, steps);
+        if (steps.contains("runs") && qEnvironmentVariableIsSet("LD_PRELOAD"))
+            QSKIP("a library outside of the system's folders is always tried");
+        const GeneratorFolder folder;
+        if (!module.isEmpty())
+            folder.write(module.section(' ', 0, 0), module.section(' ', 1).toUtf8());
+        QTEST(outputOf("runscript", {steps}, {{"PYTHONPATH", folder.path()}, {variable, value}}),
+              "output");
+    }
+
+    void startThatNeverReturns()
+    {
+        const GeneratorFolder folder;
+        folder.write("sitecustomize.py", "while True: pass");
+        QCOMPARE(outputOf("runscript",
+                          {"print(1)"},
+                          {{"PYTHONPATH", folder.path()}, {"PYTHONHASHSEED", "1"}}),
                  "no Python\nreturned\nended\n");
     }
 
@@ -114,7 +135,8 @@ private Q_SLOTS:
         const QString minor = QFileInfo(library).fileName().section('.', 1, 1).remove('m');
         QCOMPARE(outputOf("runscript", {"print(sys.version_info[1])"}, variables),
                  minor + "\nreturned\nended\n");
-        for (const QString test : {"tst_locator", "tst_interpreter", "tst_faults script home"}) {
+        for (const QString test :
+             {"tst_locator", "tst_interpreter", "tst_faults script home start"}) {
             const QStringList words = test.split(' ');
             const QString output = outputOf(words.first(), words.mid(1), variables);
             QVERIFY2(matches(output, "*********...Totals: ..."), qPrintable(output));
