@@ -63,9 +63,15 @@ function(tarnwick_add_test name)
     add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY "${home}/work")
     set(environment
         "HOME=${home}" "XDG_CONFIG_HOME=${home}/config"
-        "QT_QPA_PLATFORM=offscreen" "LC_ALL=C.UTF-8"
+        "QT_QPA_PLATFORM=offscreen"
         # Byte code is written as on a user's machine, where it must not hide edits.
         "PYTHONDONTWRITEBYTECODE=")
+    # Those of the window choose their locale as the program does.
+    if("app" IN_LIST ARG_LABELS)
+        list(APPEND environment "LC_ALL=C")
+    else()
+        list(APPEND environment "LC_ALL=C.UTF-8")
+    endif()
     if(TARNWICK_SANITIZE)
         # With the interpreter's own allocator the sanitizer sees no Python object.
         list(APPEND environment "PYTHONMALLOC=malloc" "UBSAN_OPTIONS=print_stacktrace=1")

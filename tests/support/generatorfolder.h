@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -30,5 +31,5 @@ public:
     }
 
 private:
-    QTemporaryDir m_folder;
+    QTemporaryDir m_folder{QDir::tempPath() + QStringLiteral("/tarnwick \u20ac-XXXXXX")};
 };

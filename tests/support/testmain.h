@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "python/platform.h"
+
 #include <QApplication>
 #include <QTest>
 
@@ -12,6 +14,7 @@
 /// none of our leaks.
 inline std::unique_ptr<QApplication> makeTestApplication(int &argc, char **argv)
 {
+    Platform::native().useUtf8Locale();
 #if defined(__SANITIZE_ADDRESS__)
     const __lsan::ScopedDisabler platformScreen;
 #endif

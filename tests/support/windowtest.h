@@ -81,7 +81,7 @@ protected:
                 {"warn", [&] { expectBox("Tarnwick - Session file", rest); }},
                 {"ask", [&] { expectBox("Tarnwick - Unsaved Changes", m_question.arg(rest)); }},
                 {"recent", [&] { recentFile()->trigger(); }},
-                {"file", [&] { m_folder->write(first, second.toLatin1()); }},
+                {"file", [&] { m_folder->write(first, second.toUtf8()); }},
                 {"link",
                  [&] {
                      QVERIFY(QFile::remove(m_folder->path(first))
