@@ -7,6 +7,7 @@
 
 #include "app/identity.h"
 #include "app/tarnwick.h"
+#include "python/platform.h"
 
 #include <QAction>
 #include <QApplication>
@@ -76,6 +77,7 @@ static bool savePicture(Tarnwick &window, const QString &path)
 int main(int argc, char *argv[])
 {
     QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    Platform::native().useUtf8Locale();
     const QApplication application(argc, argv);
     applyIdentity();
     const QStringList arguments = QCoreApplication::arguments();

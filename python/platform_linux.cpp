@@ -31,7 +31,11 @@ constexpr int keepFlags = RTLD_NOW | RTLD_GLOBAL | RTLD_NODELETE | RTLD_NOLOAD;
 
 int collectModule(dl_phdr_info *info, std::size_t, void *paths)
 {
-    static_cast<std::vector<std::string> *>(paths)->emplace_back(info->dlpi_name);
+    // A library may have been preloaded by a relative path.
+    const char *const name = info->dlpi_name;
+    char path[PATH_MAX];
+    const bool isRelative = *name != '/' && std::strchr(name, '/') && realpath(name, path);
+    static_cast<std::vector<std::string> *>(paths)->emplace_back(isRelative ? path : name);
     return 0;
 }
 
@@ -47,7 +51,8 @@ constexpr const char *harmlessVariables[] = {"PYTHONDONTWRITEBYTECODE",
                                              "PYTHONUSERBASE",
                                              "PYTHONWARNINGS"};
 
-/// Modules that some version reads before it is up, which ends its start when they raise.
+/// Modules that the interpreter ends its start without: encodings in all versions, the others in some
+/// of 3.6 to 3.10.
 constexpr const char *startModules[] = {"_bootlocale",
                                         "_collections_abc",
                                         "_sitebuiltins",
@@ -57,48 +62,58 @@ constexpr const char *startModules[] = {"_bootlocale",
                                         "encodings",
                                         "genericpath",
                                         "io",
-                                        "linecache",
                                         "os",
                                         "posixpath",
                                         "site",
                                         "stat",
                                         "sysconfig"};
 
-/// Whether something on a module path takes the place of such a module, or may, in an archive.
-bool hidesStartModule(const std::string &modulePath)
+/// Whether a place of PYTHONPATH hides one of them, or may, being an archive.
+bool mayHideStartModule(const std::string &place)
 {
-    std::istringstream places(modulePath);
-    for (std::string place; std::getline(places, place, ':');) {
-        struct stat status;
-        if (stat(place.empty() ? "." : place.c_str(), &status) != 0)
-            continue;
-        if (!S_ISDIR(status.st_mode))
-            return true;
-        for (const std::string module : startModules) {
-            for (const char *const ending : {"", ".py", ".pyc"}) {
-                const std::string path = place + (place.empty() ? "" : "/") + module + ending;
-                if (stat(path.c_str(), &status) == 0)
-                    return true;
-            }
+    struct stat status;
+    if (stat(place.c_str(), &status) != 0)
+        return errno == ENOTDIR;
+    if (!S_ISDIR(status.st_mode))
+        return true;
+    for (const std::string module : startModules) {
+        for (const char *const tail : {".py", ".pyc", "/__init__.py", "/__init__.pyc"}) {
+            if (access((place + '/' + module + tail).c_str(), F_OK) == 0)
+                return true;
         }
     }
     return false;
 }
 
-/// Whether there are variables that could make the interpreter end its start. A module path alone is
-/// none: the trial would run what is customised there twice.
+/// Whether a value of PYTHONPATH could make the interpreter end its start. One that only leads to more
+/// modules is no reason for a trial, which would run what is customised there once more.
+bool isDoubtfulModulePath(const std::string &value)
+{
+    std::istringstream places(value + ':');
+    for (std::string place; std::getline(places, place, ':');) {
+        if (mayHideStartModule(place.empty() ? "." : place))
+            return true;
+    }
+    return false;
+}
+
+bool isDoubtfulVariable(const std::string &name, const std::string &value)
+{
+    if (name.compare(0, 6, "PYTHON") != 0 || value.empty())
+        return false;
+    if (name == "PYTHONPATH")
+        return isDoubtfulModulePath(value);
+    const auto *const end = std::end(harmlessVariables);
+    return std::find(std::begin(harmlessVariables), end, name) == end;
+}
+
+/// Whether there are variables that could make the interpreter end its start.
 bool hasDoubtfulVariable()
 {
     for (const char *const *variable = environ; *variable; ++variable) {
         const std::string text(*variable);
-        const std::size_t nameEnd = text.find('=');
-        const std::string name = text.substr(0, nameEnd);
-        if (name.compare(0, 6, "PYTHON") != 0 || nameEnd + 1 >= text.size())
-            continue;
-        if (name == "PYTHONPATH"
-                ? hidesStartModule(text.substr(nameEnd + 1))
-                : std::find(std::begin(harmlessVariables), std::end(harmlessVariables), name)
-                    == std::end(harmlessVariables))
+        const std::size_t nameEnd = std::min(text.find('='), text.size() - 1);
+        if (isDoubtfulVariable(text.substr(0, nameEnd), text.substr(nameEnd + 1)))
             return true;
     }
     return false;
@@ -146,12 +161,16 @@ public:
         const auto isInitialized = reinterpret_cast<int (*)()>(dlsym(library, "Py_IsInitialized"));
         if (isInitialized && isInitialized() != 0)
             return true;
-        if (installations::isSystems(path.substr(0, path.rfind('/'))) && !hasDoubtfulVariable())
+        const bool isDoubtful = hasDoubtfulVariable();
+        if (installations::isSystems(path.substr(0, path.rfind('/'))) && !isDoubtful)
             return true;
         const auto setProgramName =
             reinterpret_cast<void (*)(wchar_t *)>(dlsym(library, "Py_SetProgramName"));
         const auto initialize = reinterpret_cast<void (*)(int)>(dlsym(library, "Py_InitializeEx"));
         if (!setProgramName || !initialize || m_startHangs)
+            return false;
+        int answer[2];
+        if (pipe2(answer, O_CLOEXEC | O_NONBLOCK) != 0)
             return false;
         const pid_t child = fork();
         if (child == 0) {
@@ -170,18 +189,29 @@ public:
             // program on the path has this name, from whose place it would learn its own.
             if (environmentVariable("PYTHONHOME") == "")
                 unsetenv("PYTHONHOME");
-            setCurrentDirectory("/");
+            if (currentDirectory().empty())
+                setCurrentDirectory("/");
             dlopen(path.c_str(), keepFlags);
+            // Whether it finds its standard library can be told without what the user has customised.
+            const auto noSite = static_cast<int *>(dlsym(library, "Py_NoSiteFlag"));
+            if (noSite && !isDoubtful)
+                *noSite = 1;
             static wchar_t name[] = L"Tarnwick";
             setProgramName(name);
             initialize(0);
+            writeToDescriptor(answer[1], "", 1);
             _exit(0);
         }
         int status = 0;
         while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) { }
         // It would hold up the next library as well.
         m_startHangs = WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM;
-        return status == 0;
+        // Not its status, which a module may choose that ends the start.
+        char survived;
+        const bool hasSurvived = read(answer[0], &survived, 1) == 1;
+        close(answer[0]);
+        close(answer[1]);
+        return hasSurvived;
     }
 
     void keepLibrary(const std::string &path) override { dlopen(path.c_str(), keepFlags); }
@@ -273,10 +303,13 @@ public:
                 continue;
             if (std::strcmp(value, "C") != 0 && std::strcmp(value, "POSIX") != 0)
                 return;
-            // It would hide the other one; for all but the text it says the same.
-            if (std::strcmp(name, "LC_ALL") == 0)
-                setenv(name, "C.UTF-8", 1);
-            break;
+            if (std::strcmp(name, "LC_ALL") != 0)
+                break;
+            // It hides all others, so it has to say so itself; and a choice of languages would count
+            // that "C" makes no difference to.
+            setenv(name, "C.UTF-8", 1);
+            unsetenv("LANGUAGE");
+            return;
         }
         setenv("LC_CTYPE", "C.UTF-8", 1);
     }

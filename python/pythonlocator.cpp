@@ -320,32 +320,29 @@ Platform::Library PythonLocator::loadLibraryAt(const std::string &path)
         environment.set("PYTHONPATH", directory);
         environment.set("PYTHONHOME", directory);
     }
-    Platform::Library library = loadUsable(path);
-    if (!library)
-        environment.restore();
+    const Platform::Library library = m_platform.loadLibrary(path);
     if (!currentDirectory.empty())
         m_platform.setCurrentDirectory(currentDirectory);
-    return library;
-}
-
-/// Loads a library and keeps it when it can be started.
-Platform::Library PythonLocator::loadUsable(const std::string &path)
-{
-    Platform::Library library = m_platform.loadLibrary(path);
-    if (!library)
-        return nullptr;
-    const std::string version = versionOf(m_platform, library);
-    // What the search itself chose as home is mended before the start; the user's choice stands.
-    const bool ownHome = isWinPythonPath(path) && m_environmentKind == EnvironmentKind::Plain;
-    if (m_platform.findExport(library, "PyExc_AttributeError")
-        && m_platform.findExport(library, "Py_CompileString") && !isFreeThreaded(version)
-        && (ownHome || isHomeUsable(m_platform, minorVersion(version)))
-        && survivesStart(path, library, minorVersion(version))) {
+    if (library && isUsable(path, library)) {
         m_platform.keepLibrary(path);
         return library;
     }
-    m_platform.unloadLibrary(library);
+    if (library)
+        m_platform.unloadLibrary(library);
+    environment.restore();
     return nullptr;
+}
+
+/// Whether a library that was loaded is complete and can be started.
+bool PythonLocator::isUsable(const std::string &path, Platform::Library library)
+{
+    const std::string version = versionOf(m_platform, library);
+    const int minor = minorVersion(version);
+    // What the search itself chose as home is mended before the start; the user's choice stands.
+    const bool ownHome = isWinPythonPath(path) && m_environmentKind == EnvironmentKind::Plain;
+    return m_platform.findExport(library, "PyExc_AttributeError")
+        && m_platform.findExport(library, "Py_CompileString") && !isFreeThreaded(version)
+        && (ownHome || isHomeUsable(m_platform, minor)) && survivesStart(path, library, minor);
 }
 
 /// As it is, or told where it lies.

@@ -57,7 +57,7 @@ private:
 
     [[nodiscard]] bool loadLibraryIn(const std::string &directory, int minor = 0);
     [[nodiscard]] Platform::Library loadLibraryAt(const std::string &path);
-    [[nodiscard]] Platform::Library loadUsable(const std::string &path);
+    [[nodiscard]] bool isUsable(const std::string &path, Platform::Library library);
     [[nodiscard]] bool survivesStart(const std::string &path, Platform::Library library, int minor);
 
     Platform &m_platform;
