@@ -75,6 +75,12 @@ function(tarnwick_add_test name)
     if(TARNWICK_SANITIZE)
         # With the interpreter's own allocator the sanitizer sees no Python object.
         list(APPEND environment "PYTHONMALLOC=malloc" "UBSAN_OPTIONS=print_stacktrace=1")
+        if(PythonHeaders_INCLUDE_DIR MATCHES "python3\\.(1[2-9]|[2-9][0-9])")
+            # Two frames tell the allocation and who asked for it: with more, what our code loses while
+            # a script calls it would count as the interpreter's.
+            list(APPEND environment "ASAN_OPTIONS=malloc_context_size=2"
+                "LSAN_OPTIONS=suppressions=${TARNWICK_ROOT}/cmake/leaks.supp:print_suppressions=0")
+        endif()
     endif()
     set_tests_properties(${name} PROPERTIES
         TIMEOUT 300
