@@ -28,8 +28,10 @@ std::vector<std::string> VirtualEnvironment::scripts(Platform &platform) const
     std::vector<std::string> scripts;
     const std::string prefix = platform.installationPrefix(home);
     for (const std::string &packages : platform.packageDirectories(prefix, minorVersion)) {
+        // Once: since 3.14 it adds the base's folders each time.
+        const std::string start = scripts.empty() ? "\nsite.main()" : "";
         scripts.push_back("import os\nimport site\nos.environ['VIRTUAL_ENV'] = " + quoted(directory)
-                          + "\nsite.main()\nbase_site_packages = " + quoted(packages)
+                          + start + "\nbase_site_packages = " + quoted(packages)
                           + "\ninclude_base_site_packages = "
                           + (includeSystemSitePackages ? "True" : "False")
                           + "\n"
