@@ -107,6 +107,8 @@ struct MadeUpMachine : Platform
     }
     void useUtf8Locale() override { }
     void ignoreWriteSignals() override { }
+    void catchInterrupts(bool (*)()) override { }
+    int interruptDescriptor() override { return -1; }
     long processId() override { return 1; }
     void writeToDescriptor(int, const char *, std::size_t) override { }
     void endProcess(int status) override { std::exit(status); }
