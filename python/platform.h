@@ -94,6 +94,8 @@ public:
     virtual void catchInterrupts(bool (*handler)()) = 0;
     /// -1 before the first call, and where interruptions are ignored.
     [[nodiscard]] virtual int interruptDescriptor() = 0;
+    /// Reads one byte of it; false when there is none.
+    [[nodiscard]] virtual bool takeInterrupt() = 0;
     [[nodiscard]] virtual long processId() = 0;
     /// Writes to the process's own standard output (1) or standard error (2), past all buffers.
     virtual void writeToDescriptor(int descriptor, const char *text, std::size_t size) = 0;

@@ -356,6 +356,12 @@ public:
 
     int interruptDescriptor() override { return interruptPipe[0]; }
 
+    bool takeInterrupt() override
+    {
+        char byte;
+        return read(interruptPipe[0], &byte, 1) == 1;
+    }
+
     long processId() override { return getpid(); }
 
     void writeToDescriptor(int descriptor, const char *text, std::size_t size) override
