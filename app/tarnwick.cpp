@@ -9,10 +9,12 @@
 #include "ui_tarnwick.h"
 
 #include <QAbstractSpinBox>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QMdiSubWindow>
 #include <QMessageBox>
 #include <QSignalMapper>
+#include <QSocketNotifier>
 #include <QTabBar>
 
 Tarnwick::Tarnwick(Platform &platform, QWidget *parent)
@@ -25,6 +27,7 @@ Tarnwick::Tarnwick(Platform &platform, QWidget *parent)
     buildRecentFilesMenu();
     m_ui->menuCamera->setEnabled(false);
     buildModeArea();
+    closeOnInterruption();
     ensurePython();
     if (PythonModule::isLoaded())
         buildConsoleDock();
@@ -65,6 +68,22 @@ void Tarnwick::ensurePython()
         warn(tr("Tarnwick Requires Python!"),
              tr("Tarnwick requires Python.\n"
                 "Please exit Tarnwick and install Python per Pallowin Quick Start Guide."));
+}
+
+/// While no Python code runs; that which does is interrupted instead.
+void Tarnwick::closeOnInterruption()
+{
+    m_platform.catchInterrupts(nullptr);
+    if (m_platform.interruptDescriptor() < 0)
+        return;
+    auto *const notifier =
+        new QSocketNotifier(m_platform.interruptDescriptor(), QSocketNotifier::Read, this);
+    connect(notifier, &QSocketNotifier::activated, this, [this] {
+        while (m_platform.takeInterrupt()) { }
+        // A question that is open already is cancelled.
+        QWidget *const dialog = QApplication::activeModalWidget();
+        dialog ? dialog->close() : close();
+    });
 }
 
 void Tarnwick::warn(const QString &title, const QString &text)

@@ -4,6 +4,7 @@
 #include "app/recentfilelist.h"
 #include "python/platform.h"
 
+#include <QDir>
 #include <QMainWindow>
 #include <QVector>
 
@@ -61,6 +62,7 @@ private:
     void buildModeArea();
     void buildRecentFilesMenu();
     void ensurePython();
+    void closeOnInterruption();
     void warn(const QString &title, const QString &text);
 
     void buildConsoleDock();
@@ -97,6 +99,8 @@ private:
 
     // Destroyed before the child widgets: the interpreter goes before the panels that it prints to.
     Platform &m_platform;
+    /// Where relative paths of generators lead; these may change the current folder.
+    const QDir m_startFolder{QDir::currentPath()};
     const std::unique_ptr<Ui::Tarnwick> m_ui;
     QMdiArea *m_mdiArea = nullptr;
     /// The mode entries at the end of the Modes menu; those not needed are hidden.

@@ -110,7 +110,8 @@ void Tarnwick::openSessionFile(const QString &fileName)
         warnOfSessionFile(tr("No parameters in the session file."));
         return;
     }
-    const QString refusal = generator::refusal(modulePath, description.partNumber);
+    const QString refusal =
+        generator::refusal(m_startFolder.absoluteFilePath(modulePath), description.partNumber);
     if (!refusal.isEmpty()) {
         warnOfSessionFile(refusal);
         return;
@@ -122,13 +123,13 @@ void Tarnwick::openSessionFile(const QString &fileName)
 /// that the user points at. Empty when it is nowhere.
 QString Tarnwick::findGenerator(const QString &storedPath, const QString &moduleName)
 {
-    if (QFileInfo(storedPath).isFile())
+    if (!storedPath.isEmpty() && QFileInfo(m_startFolder, storedPath).isFile())
         return storedPath;
     const QString moduleFile = moduleName + QLatin1String(".py");
     QStringList locations = rememberedLocations(generatorLocationsKey, librariesDirectory());
     for (const QString &location : qAsConst(locations)) {
         const QString path = location + QLatin1Char('/') + moduleFile;
-        if (QFileInfo(path).isFile())
+        if (QFileInfo(m_startFolder, path).isFile())
             return path;
     }
     warnOfSessionFile(tr("Couldn't find Python module\n\n%1").arg(storedPath));

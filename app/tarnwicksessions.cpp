@@ -25,14 +25,10 @@
 
 bool Tarnwick::startSession(const QString &location)
 {
-    // The generators that the dialog imports may change the current folder.
-    const QDir folder(QDir::currentPath());
     NewSessionDlg dialog(location);
     if (dialog.exec() == QDialog::Rejected)
         return false;
-    const QString file = dialog.moduleFile();
-    openSession(
-        file.isEmpty() ? file : folder.absoluteFilePath(file), dialog.partNumber(), QVariant());
+    openSession(dialog.moduleFile(), dialog.partNumber(), QVariant());
     return true;
 }
 
@@ -82,9 +78,8 @@ void Tarnwick::openSession(const QString &modulePath,
         if (!PythonModule::isLoaded())
             return;
         const int change = ++m_sessionChanges;
-        // Loading the generator may change the current folder.
-        const QString file = QFileInfo(modulePath).absoluteFilePath();
-        const auto session = std::make_shared<Session>(modulePath, partNumber);
+        const QString file = m_startFolder.absoluteFilePath(modulePath);
+        const auto session = std::make_shared<Session>(modulePath, partNumber, m_startFolder);
         if (change != m_sessionChanges)
             return;
         m_session = session;

@@ -19,6 +19,7 @@ long CPython::s_processId = 0;
 char CPython::s_versionString[16] = "";
 std::atomic<int> CPython::s_runDepth{0};
 std::atomic<bool> CPython::s_stopRequested{false};
+std::atomic<bool> CPython::s_interrupted{false};
 std::atomic<int> CPython::s_executionTimeLimit{0};
 
 namespace {
@@ -79,6 +80,9 @@ void printError()
     py.PySys_SetObject("last_type", type);
     py.PySys_SetObject("last_value", value);
     py.PySys_SetObject("last_traceback", shownTraceback);
+    constexpr int firstWithOneObject = 12;
+    if (PythonLocator::minorVersion(CPython::versionString()) >= firstWithOneObject)
+        py.PySys_SetObject("last_exc", value);
 
     PyObject *const current = py.PySys_GetObject("excepthook");
     if (!current) {
@@ -158,18 +162,21 @@ bool isText(PyObject *object)
 
 /// Byte code is matched with its source by size and whole seconds: a file saved twice within one
 /// second would run as it was before. So a user's module loses its cached copy before each import;
-/// the standard library keeps its own.
+/// the standard library keeps its own. A module that was compiled and has no source is no copy.
 void dropByteCode(const char *moduleName)
 {
-    std::ignore = runPrivately("try:\n"
-                               "    import importlib, importlib.machinery, os\n"
-                               "    importlib.invalidate_caches()\n"
-                               "    spec = importlib.machinery.PathFinder.find_spec(argument)\n"
-                               "    if not spec.origin.startswith(os.path.dirname(os.__file__)):\n"
-                               "        os.remove(spec.cached)\n"
-                               "except Exception:\n"
-                               "    pass\n",
-                               moduleName);
+    std::ignore =
+        runPrivately("try:\n"
+                     "    import importlib, importlib.machinery, os\n"
+                     "    importlib.invalidate_caches()\n"
+                     "    spec = importlib.machinery.PathFinder.find_spec(argument)\n"
+                     "    folder = os.path.basename(os.path.dirname(spec.cached))\n"
+                     "    if (spec.origin.endswith('.py') and folder == '__pycache__'\n"
+                     "            and not spec.origin.startswith(os.path.dirname(os.__file__))):\n"
+                     "        os.remove(spec.cached)\n"
+                     "except Exception:\n"
+                     "    pass\n",
+                     moduleName);
 }
 
 /// True when \a name can stand in a statement as a name: identifiers joined by dots.
@@ -216,16 +223,20 @@ class CPython::Run final
 public:
     Run()
     {
-        if (isInitialisingThread())
-            ++s_runDepth;
+        if (!isInitialisingThread())
+            return;
+        // Each time, as a script may have set a handler of its own.
+        if (!s_startedElsewhere && s_runDepth == 0)
+            s_platform->catchInterrupts(&interruptRun);
+        ++s_runDepth;
     }
     ~Run()
     {
         // A child that a script forked comes back here with a copy of this program around it.
         if (isForkedChild())
             s_platform->endProcess(childStatus);
-        if (isInitialisingThread())
-            --s_runDepth;
+        if (isInitialisingThread() && --s_runDepth == 0)
+            endInterruption();
     }
     Run(const Run &) = delete;
     Run &operator=(const Run &) = delete;
@@ -291,10 +302,12 @@ void CPython::initialize(const std::wstring &programName, const char *environmen
     py.PyEval_InitThreads();
     // sys.executable would be this program or nothing, and a generator that starts it gets another
     // window. Byte code would litter the generators' folders, and hide edits. What is started from
-    // scripts may be another Python than one that was moved.
+    // scripts may be another Python than one that was moved. An interruption raises KeyboardInterrupt.
     std::ignore = runPrivately("import os, sys\n"
                                "if argument:\n"
                                "    os.environ.pop('PYTHONHOME', None)\n"
+                               "import _signal\n"
+                               "_signal.signal(_signal.SIGINT, _signal.default_int_handler)\n"
                                "sys.argv = ['']\n"
                                "sys.dont_write_bytecode = True\n"
                                "sys.executable = os.path.join(sys.base_prefix, 'bin',\n"
@@ -304,6 +317,7 @@ void CPython::initialize(const std::wstring &programName, const char *environmen
                                m_locator.movedTo().c_str());
     enterEnvironment();
     interpreterStarted();
+    s_platform->catchInterrupts(&interruptRun);
     py.PyEval_SaveThread();
 }
 
@@ -344,8 +358,31 @@ void CPython::enterEnvironment() const
         runString(script.c_str());
 }
 
+/// Called from inside a signal handler. False when there is no run to be interrupted.
+bool CPython::interruptRun()
+{
+    if (s_runDepth == 0)
+        return false;
+    s_interrupted = true;
+    py.PyErr_SetInterrupt();
+    return true;
+}
+
+/// One that came when the last run was all but over must not hit the next one.
+void CPython::endInterruption()
+{
+    if (!s_interrupted.exchange(false) || !py.Py_IsInitialized())
+        return;
+    std::ignore = runPrivately("try:\n"
+                               "    for i in range(100):\n"
+                               "        pass\n"
+                               "except KeyboardInterrupt:\n"
+                               "    pass\n");
+}
+
 void CPython::shutDown()
 {
+    s_platform->catchInterrupts(nullptr);
     // Not a GilGuard: the interpreter takes the lock with it, or the lock is kept for good.
     py.PyGILState_Ensure();
     py.PyErr_Clear();
@@ -538,4 +575,33 @@ void CPython::reportError(const std::string &message)
         return;
     py.PyErr_SetString(*py.ValueError, message.c_str());
     printError();
+}
+
+void CPython::printErrorLine(const std::string &line)
+{
+    // The streams refuse everything once the program is being closed.
+    if (!isLoaded() || stopRequested())
+        return;
+    const Run scope;
+    if (scope.isPossible())
+        py.PySys_WriteStderr("%.999s\n", line.c_str());
+}
+
+std::string CPython::moduleFile(const char *moduleName)
+{
+    if (!isLoaded())
+        return {};
+    const Run scope;
+    if (!scope.isPossible())
+        return {};
+    const PyRef name(py.PyUnicode_FromString(moduleName));
+    PyObject *const module =
+        name ? py.PyDict_GetItem(py.PyImport_GetModuleDict(), name.get()) : nullptr;
+    const PyRef file(module ? py.PyObject_GetAttrString(module, "__file__") : nullptr);
+    const PyRef bytes(file && isText(file.get()) ? py.PyUnicode_AsUTF8String(file.get()) : nullptr);
+    char *text = nullptr;
+    Py_ssize_t size = 0;
+    const bool isRead = bytes && py.PyBytes_AsStringAndSize(bytes.get(), &text, &size) == 0;
+    py.PyErr_Clear();
+    return isRead ? std::string(text, static_cast<std::size_t>(size)) : std::string();
 }

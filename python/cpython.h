@@ -64,6 +64,11 @@ public:
     /// Prints "ValueError: " and \a message as the interpreter prints its own errors. For text that
     /// is refused before it reaches Python.
     static void reportError(const std::string &message);
+    /// Prints a line to the interpreter's sys.stderr, as it is; at most 1000 bytes of it. Nothing
+    /// without a library.
+    static void printErrorLine(const std::string &line);
+    /// The __file__ of a loaded module, UTF-8; empty when there is no such module or it has none.
+    [[nodiscard]] static std::string moduleFile(const char *moduleName);
 
     /// True while a run operation of the initialising thread has not returned. Objects that such a
     /// call may still touch must not be destroyed then.
@@ -99,6 +104,8 @@ private:
     void prepareProcess() const;
     void enterEnvironment() const;
     static void shutDown();
+    [[nodiscard]] static bool interruptRun();
+    static void endInterruption();
 
     // The interpreter is one per process, and so is what is known about it.
     static int s_instanceCount;
@@ -110,6 +117,7 @@ private:
     static char s_versionString[16];
     static std::atomic<int> s_runDepth;
     static std::atomic<bool> s_stopRequested;
+    static std::atomic<bool> s_interrupted;
     static std::atomic<int> s_executionTimeLimit;
 
     Platform &m_platform;

@@ -87,6 +87,15 @@ public:
     /// A write to a closed pipe, or beyond the size that files may have, becomes an error instead of
     /// the end of the process.
     virtual void ignoreWriteSignals() = 0;
+    /// Takes over the interruption of the process (Ctrl+C in its terminal), also from whoever else did
+    /// so since the last call. \a handler is called from inside a signal handler, on any thread; what
+    /// it does not take (false), or nothing does (null), makes interruptDescriptor() readable, by a
+    /// byte each. A process that was started to ignore interruptions goes on to.
+    virtual void catchInterrupts(bool (*handler)()) = 0;
+    /// -1 before the first call, and where interruptions are ignored.
+    [[nodiscard]] virtual int interruptDescriptor() = 0;
+    /// Reads one byte of it; false when there is none.
+    [[nodiscard]] virtual bool takeInterrupt() = 0;
     [[nodiscard]] virtual long processId() = 0;
     /// Writes to the process's own standard output (1) or standard error (2), past all buffers.
     virtual void writeToDescriptor(int descriptor, const char *text, std::size_t size) = 0;

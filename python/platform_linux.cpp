@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -117,6 +118,24 @@ bool hasDoubtfulVariable()
             return true;
     }
     return false;
+}
+
+// What the handler of a signal looks at.
+std::atomic<bool (*)()> interruptHandler{nullptr};
+int interruptPipe[2] = {-1, -1};
+pid_t interruptedProcess = 0;
+
+void handleInterrupt(int signal)
+{
+    const int error = errno;
+    if (getpid() != interruptedProcess) {
+        // A child that a script forked off.
+        std::signal(signal, SIG_DFL);
+        std::raise(signal);
+    } else if (const auto handler = interruptHandler.load(); !handler || !handler()) {
+        std::ignore = write(interruptPipe[1], "", 1);
+    }
+    errno = error;
 }
 
 class LinuxPlatform final : public Platform
@@ -318,6 +337,29 @@ public:
     {
         std::signal(SIGPIPE, SIG_IGN);
         std::signal(SIGXFSZ, SIG_IGN);
+    }
+
+    void catchInterrupts(bool (*handler)()) override
+    {
+        interruptHandler = handler;
+        if (interruptedProcess == 0) {
+            struct sigaction present;
+            if (sigaction(SIGINT, nullptr, &present) != 0 || present.sa_handler == SIG_IGN
+                || pipe2(interruptPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+                return;
+            interruptedProcess = getpid();
+        }
+        struct sigaction action = {};
+        action.sa_handler = handleInterrupt;
+        sigaction(SIGINT, &action, nullptr);
+    }
+
+    int interruptDescriptor() override { return interruptPipe[0]; }
+
+    bool takeInterrupt() override
+    {
+        char byte;
+        return read(interruptPipe[0], &byte, 1) == 1;
     }
 
     long processId() override { return getpid(); }

@@ -20,6 +20,7 @@
     X(PyErr_GivenExceptionMatches)                                                                 \
     X(PyErr_NormalizeException)                                                                    \
     X(PyErr_Occurred)                                                                              \
+    X(PyErr_SetInterrupt)                                                                          \
     X(PyErr_SetString)                                                                             \
     X(PyEval_EvalCode)                                                                             \
     X(PyEval_GetBuiltins)                                                                          \

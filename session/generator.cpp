@@ -91,18 +91,62 @@ static QString evaluateText(const QString &expression)
     return QString::fromStdString(CPython::evaluate(expression.toUtf8().constData(), sourceName));
 }
 
-static QVariantMap evaluateMap(const QString &expression)
+/// The JSON text of an expression's value; empty after an error was printed.
+static QByteArray evaluateJsonText(const QString &expression)
 {
-    const QJsonDocument document = generator::evaluateJson(expression);
-    return document.isObject() ? document.object().toVariantMap() : QVariantMap();
+    const QByteArray code = QStringLiteral("json.dumps(%1)").arg(expression).toUtf8();
+    return QByteArray::fromStdString(CPython::evaluate(code.constData(), sourceName));
 }
 
 QJsonDocument generator::evaluateJson(const QString &expression)
 {
-    const QByteArray code = QStringLiteral("json.dumps(%1)").arg(expression).toUtf8();
-    const std::string text = CPython::evaluate(code.constData(), sourceName);
-    return QJsonDocument::fromJson(
-        QByteArray::fromRawData(text.data(), static_cast<int>(text.size())));
+    return QJsonDocument::fromJson(evaluateJsonText(expression));
+}
+
+/// What came where a dict was expected, as a Python programmer calls it; empty when \a json is no
+/// valid JSON at all.
+static QString kindOf(const QByteArray &json)
+{
+    // A document of its own is an array or an object only.
+    const QJsonArray wrapped = QJsonDocument::fromJson('[' + json + ']').array();
+    switch (wrapped.isEmpty() ? QJsonValue::Undefined : wrapped.at(0).type()) {
+    case QJsonValue::Null:
+        return tr("None (is there a return?)");
+    case QJsonValue::Bool:
+        return tr("a bool");
+    case QJsonValue::Double:
+        return tr("a number");
+    case QJsonValue::String:
+        return tr("a text");
+    case QJsonValue::Array:
+        return tr("a list");
+    default:
+        return QString();
+    }
+}
+
+/// The object that is the value of \a expression. Where another value came, which reads as an empty
+/// one, a line on the interpreter's error stream says so; \a what names what was asked for.
+static QVariantMap evaluateMap(const QString &expression, const QString &what)
+{
+    const QByteArray json = evaluateJsonText(expression);
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(json, &error);
+    if (document.isObject())
+        return document.object().toVariantMap();
+    if (json.isEmpty())
+        return QVariantMap();
+    QString problem = kindOf(json);
+    if (problem.isEmpty()) {
+        constexpr int shown = 30; // bytes before and after
+        const int start = qMax(0, error.offset - shown);
+        problem = tr("JSON that cannot be read (%1 at character %2, near: %3)")
+                      .arg(error.errorString())
+                      .arg(error.offset)
+                      .arg(QString::fromUtf8(json.mid(start, error.offset - start + shown)));
+    }
+    CPython::printErrorLine(tr("%1 should be a dict, but is %2.").arg(what, problem).toStdString());
+    return QVariantMap();
 }
 
 bool generator::importGenerator(const QString &path)
@@ -110,8 +154,20 @@ bool generator::importGenerator(const QString &path)
     const QFileInfo file(path);
     if (!file.exists())
         return false;
+    const QByteArray moduleName = file.baseName().toUtf8();
     CPython::addSysPath(file.absolutePath().toUtf8().constData());
-    return CPython::importOrReload(file.baseName().toUtf8().constData());
+    if (!CPython::importOrReload(moduleName.constData()))
+        return false;
+    // Python knows modules by name.
+    const QFileInfo loaded(QString::fromStdString(CPython::moduleFile(moduleName.constData())));
+    if (loaded.isFile() && loaded.canonicalFilePath() != file.canonicalFilePath()) {
+        CPython::printErrorLine(
+            tr("%1 is not what runs, but %2: of two modules of one name, the one "
+               "that was loaded first is used.")
+                .arg(file.absoluteFilePath(), loaded.filePath())
+                .toStdString());
+    }
+    return true;
 }
 
 QVariantList generator::queryPartNumbers(const QString &moduleName)
@@ -128,7 +184,8 @@ QVariantMap generator::queryParameterList(const QString &moduleName, const QStri
     if (!areUsable(moduleName, partNumber))
         return QVariantMap();
     return evaluateMap(
-        QStringLiteral("%1.Settings().parameter_list('%2')").arg(moduleName, partNumber));
+        QStringLiteral("%1.Settings().parameter_list('%2')").arg(moduleName, partNumber),
+        tr("What parameter_list of %1 returned").arg(moduleName));
 }
 
 QVariantMap generator::queryParameterGroupList(const QString &moduleName, const QString &partNumber)
@@ -140,7 +197,8 @@ QVariantMap generator::queryParameterGroupList(const QString &moduleName, const 
     if (defined != QLatin1String("True"))
         return QVariantMap();
     return evaluateMap(
-        QStringLiteral("%1.Settings().parameter_group_list('%2')").arg(moduleName, partNumber));
+        QStringLiteral("%1.Settings().parameter_group_list('%2')").arg(moduleName, partNumber),
+        tr("What parameter_group_list of %1 returned").arg(moduleName));
 }
 
 QVariantMap
@@ -161,7 +219,8 @@ generator::generate(const QString &moduleName, const QString &partNumber, const 
         CPython::execute(statement.constData(), sourceName);
     }
     return evaluateMap(QStringLiteral("%1.Settings().generate('%2', tarnwick_parameters)")
-                           .arg(moduleName, partNumber));
+                           .arg(moduleName, partNumber),
+                       tr("What generate of %1 returned").arg(moduleName));
 }
 
 QMap<QString, QString> generator::findPartNumbers(const QString &path)

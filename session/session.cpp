@@ -5,12 +5,12 @@
 
 #include <QFileInfo>
 
-Session::Session(const QString &modulePath, const QString &partNumber)
+Session::Session(const QString &modulePath, const QString &partNumber, const QDir &folder)
     : m_modulePath(modulePath)
-    , m_absolutePath(QFileInfo(modulePath).absoluteFilePath())
+    , m_absolutePath(modulePath.isEmpty() ? QString() : folder.absoluteFilePath(modulePath))
     , m_partNumber(partNumber)
 {
-    const QFileInfo file(m_modulePath);
+    const QFileInfo file(m_absolutePath);
     if (!file.isFile())
         return;
     m_moduleName = file.baseName();

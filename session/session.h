@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QDir>
 #include <QStringList>
 #include <QVariantMap>
 
@@ -10,9 +11,11 @@
 class Session
 {
 public:
-    /// Loads the generator at \a modulePath. Without such a file the session stays without a module
-    /// name and without descriptors.
-    Session(const QString &modulePath, const QString &partNumber);
+    /// Loads the generator at \a modulePath, which is relative to \a folder. Without such a file the
+    /// session stays without a module name and without descriptors.
+    Session(const QString &modulePath,
+            const QString &partNumber,
+            const QDir &folder = QDir(QDir::currentPath()));
 
     /// Imports or reloads the generator and reads its descriptors anew. Changes nothing when the
     /// file is missing or raises. An empty part number becomes the generator's first.
@@ -32,7 +35,7 @@ public:
 
 private:
     const QString m_modulePath;
-    /// Where the path led when the session was opened: generators may change the current directory.
+    /// Where the path leads: generators may change the current directory.
     const QString m_absolutePath;
     QString m_moduleName;
     QString m_partNumber;

@@ -13,6 +13,15 @@ class tst_SessionCommands : public WindowTest
     Q_OBJECT
 
 private Q_SLOTS:
+    /// The program is started in the folder of its source, and works in another one.
+    void initTestCase()
+    {
+        const QString work = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(EXAMPLES_DIR "/.."));
+        setUp();
+        tearDown();
+        QVERIFY(QDir::setCurrent(work));
+    }
     void init() { setUp(); }
     void cleanup() { tearDown(); }
 
@@ -31,16 +40,29 @@ private Q_SLOTS:
     void examples_data() { loadTable("app/examples"); }
     void examples()
     {
-        const QString work = QDir::currentPath();
-        QVERIFY(QDir::setCurrent(EXAMPLES_DIR "/.."));
         const QString name = QString(QTest::currentDataTag()) + "_modes_def.txt";
-        choose(QDir::current().filePath("examples/" + name));
+        choose(EXAMPLES_DIR "/" + name);
         act("Open; choose copy.txt; Save_As");
         QTEST(titles(), "expected");
         QCOMPARE(read(m_folder->path("copy.txt")), read(EXAMPLES_DIR "/" + name));
-        QDir::setCurrent(work);
         QCOMPARE(QSettings().value("sessionLocations").toStringList().first(),
                  m_folder->path("copy.txt"));
+    }
+
+    /// A relative path stays as it was given, and leads where it did when the program was started.
+    void relativeArgument()
+    {
+        m_folder->write("settings_test.py",
+                        "import os\nos.chdir('/')\n" + GeneratorFolder::source());
+        const QString work = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(EXAMPLES_DIR "/.."));
+        const QString path = QDir::current().relativeFilePath(m_generator);
+        m_driver->expect(picking("P1"));
+        QVERIFY(m_window->startSession(path));
+        act("choose copy.txt; Save_As; press run; New_Mode");
+        QDir::setCurrent(work);
+        QCOMPARE(titles(), "P1_gain1, P1_gain1");
+        QVERIFY(read(m_folder->path("copy.txt")).contains("_path\": \"" + path.toUtf8() + '"'));
     }
 
     void locationsAreRemembered()

@@ -107,6 +107,9 @@ struct MadeUpMachine : Platform
     }
     void useUtf8Locale() override { }
     void ignoreWriteSignals() override { }
+    void catchInterrupts(bool (*)()) override { }
+    int interruptDescriptor() override { return -1; }
+    bool takeInterrupt() override { return false; }
     long processId() override { return 1; }
     void writeToDescriptor(int, const char *, std::size_t) override { }
     void endProcess(int status) override { std::exit(status); }

@@ -27,6 +27,8 @@
 #include <QTabBar>
 #include <QToolButton>
 
+#include <csignal>
+
 /// What the tests of the main window share: the window, a folder with a generator, and a user who
 /// answers its dialogs. The interpreter lives once per process, and so does the window that owns it.
 class WindowTest : public QObject
@@ -108,6 +110,11 @@ protected:
                 {"edit", [&] { child<QPlainTextEdit>("edit")->insertPlainText(rest); }},
                 {"hide", [&] { m_window->hide(); }},
                 {"show", [&] { m_window->show(); }},
+                {"interrupt",
+                 [&] {
+                     std::raise(SIGINT);
+                     QTRY_COMPARE(m_driver->pending(), 0);
+                 }},
                 {"settle", [&] { QTest::qWait(1); }}};
             const auto verb = verbs.value(step.section(' ', 0, 0));
             verb ? verb() : trigger(qPrintable("action" + step));
