@@ -205,6 +205,8 @@ void Tarnwick::updateModesMenu()
         if (i >= subWindows.size())
             continue;
         m_modeMapper->removeMappings(action);
+        // The mapper forgets the entry but not that it waits for its end, once for each mapping.
+        disconnect(action, &QObject::destroyed, m_modeMapper, nullptr);
         m_modeMapper->setMapping(action, subWindows.at(i));
         action->setText(subWindows.at(i)->windowTitle());
     }

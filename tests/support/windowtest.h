@@ -130,7 +130,13 @@ protected:
         QTRY_COMPARE(sessionWindows(), modeCount());
         QStringList shown = titles().split(", ");
         QStringList entries;
+        struct Connected : QObject
+        {
+            using QObject::receivers;
+        };
         for (const QAction *const action : child<QMenu>("menuModes")->actions().mid(3)) {
+            // However often it was mapped.
+            QCOMPARE((action->*(&Connected::receivers))(SIGNAL(destroyed())), 1);
             if (action->isVisible())
                 entries.append(action->text());
         }
