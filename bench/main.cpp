@@ -30,6 +30,8 @@ constexpr Subject subjects[] = {
     {"modes", benchModes},
     {"memory-1000", benchMemory1000},
     {"memory-10000", benchMemory10000},
+    {"rounds", benchRounds},
+    {"rounds-plain", benchPlainRounds},
     {"exports", benchExports},
     {"console", benchConsole},
     {"editor", benchEditor},

@@ -24,6 +24,7 @@
 #include <QTimer>
 #include <QToolButton>
 
+#include <malloc.h>
 #include <numeric>
 
 namespace {
@@ -63,6 +64,12 @@ public:
     {
         area()->closeAllSubWindows();
         settle();
+    }
+    /// Opens a mode, and changes it once.
+    void useMode()
+    {
+        openMode();
+        changeCurrentMode();
     }
     void changeCurrentMode()
     {
@@ -250,4 +257,62 @@ void benchMemory1000()
 void benchMemory10000()
 {
     benchMemory(10000, 14.5);
+}
+
+/// What stays of 50 modes when they are closed, time and again.
+template <typename OpenModes, typename CloseModes>
+static void measureRounds(const QString &what, const OpenModes &open, const CloseModes &close)
+{
+    QVector<double> written;
+    QVector<double> used;
+    for (int round = 0; round < 5; ++round) {
+        open();
+        close();
+        written.append(writtenMemory());
+        used.append(static_cast<double>(mallinfo2().uordblks) / 1024);
+    }
+    const auto growth = [&written](int from, int to) {
+        return 100 * (written.at(to) / written.at(from) - 1);
+    };
+    report::heading(what);
+    report::value(
+        QStringLiteral("memory written after one round"), written.at(0), QStringLiteral("MiB"));
+    report::check(QStringLiteral("  added by the second, per cent"), growth(0, 1), 10);
+    // What is free by then has room for all.
+    report::check(QStringLiteral("  added by three more, per cent"), growth(1, 4), 1);
+    report::check(QStringLiteral("heap in use, added by each of these"),
+                  (used.at(4) - used.at(1)) / 3,
+                  50,
+                  QStringLiteral("KiB"));
+}
+
+void benchRounds()
+{
+    const Workload workload(60, 1000);
+    ModesDriver driver;
+    measureRounds(
+        QStringLiteral("50 modes opened, changed once and closed, ") + workload.name(),
+        [&] {
+            driver.openSession(workload);
+            for (int i = 1; i < 50; ++i)
+                driver.useMode();
+        },
+        [&driver] { driver.closeModes(); });
+}
+
+void benchPlainRounds()
+{
+    const Workload workload(60, 1000);
+    // Has the interpreter started.
+    ModesDriver driver;
+    driver.openSession(workload);
+    driver.closeModes();
+    PlainModes modes(workload);
+    measureRounds(
+        QStringLiteral("50 plain splitters in a plain area, opened and closed"),
+        [&modes] {
+            for (int i = 0; i < 50; ++i)
+                modes.openMode();
+        },
+        [&modes] { modes.closeModes(); });
 }

@@ -13,6 +13,9 @@ void benchModes();
 /// Memory of modes with 1,000 and with 10,000 instructions.
 void benchMemory1000();
 void benchMemory10000();
+/// What stays of modes that were closed, and of plain widgets.
+void benchRounds();
+void benchPlainRounds();
 /// The texts of exports and session files.
 void benchExports();
 /// Loading, colouring and typing in the code editor.
