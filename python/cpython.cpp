@@ -539,3 +539,13 @@ void CPython::reportError(const std::string &message)
     py.PyErr_SetString(*py.ValueError, message.c_str());
     printError();
 }
+
+void CPython::printErrorLine(const std::string &line)
+{
+    // The streams refuse everything once the program is being closed.
+    if (!isLoaded() || stopRequested())
+        return;
+    const Run scope;
+    if (scope.isPossible())
+        py.PySys_WriteStderr("%.999s\n", line.c_str());
+}

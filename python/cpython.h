@@ -64,6 +64,9 @@ public:
     /// Prints "ValueError: " and \a message as the interpreter prints its own errors. For text that
     /// is refused before it reaches Python.
     static void reportError(const std::string &message);
+    /// Prints a line to the interpreter's sys.stderr, as it is; at most 1000 bytes of it. Nothing
+    /// without a library.
+    static void printErrorLine(const std::string &line);
 
     /// True while a run operation of the initialising thread has not returned. Objects that such a
     /// call may still touch must not be destroyed then.
