@@ -25,6 +25,7 @@ Tarnwick::Tarnwick(Platform &platform, QWidget *parent)
     buildRecentFilesMenu();
     m_ui->menuCamera->setEnabled(false);
     buildModeArea();
+    prepareRescue();
     ensurePython();
     if (PythonModule::isLoaded())
         buildConsoleDock();
@@ -85,6 +86,8 @@ void Tarnwick::closeEvent(QCloseEvent *event)
         return;
     }
     event->accept();
+    if (m_rescueTimer.isActive())
+        rescueSession();
     // Nobody could see or end a script that prints on behind a closed window.
     if (!PythonModule::isRunning())
         return;

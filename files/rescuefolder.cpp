@@ -89,7 +89,7 @@ QString RescueFolder::newFile(const QString &fileName) const
         QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-ddTHH-mm-ss"));
     // The end says which kind of file it is. With the time it must not get too long for a name.
     constexpr int longestName = 64;
-    const QString name = fileName.right(longestName);
+    const QString name = fileName.right(longestName).replace(QLatin1Char('/'), QLatin1Char('_'));
     QString file = QStringLiteral("%1/%2 %3").arg(m_path, time, name);
     for (int i = 2; QFileInfo::exists(file); ++i)
         file = QStringLiteral("%1/%2 (%3) %4").arg(m_path, time, QString::number(i), name);

@@ -38,6 +38,8 @@ private Q_SLOTS:
         act(opening);
         QCOMPARE(m_window->windowTitle(), QString("Tarnwick P2"));
         QCOMPARE(titles(), QString("P2_gain1"));
+        // Half a session is no rescue of a whole one.
+        QCOMPARE(copies(), QString());
     }
 
     /// The change that is being generated from is one.
