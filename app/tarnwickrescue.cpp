@@ -19,7 +19,7 @@ void Tarnwick::prepareRescue()
     m_rescueTimer.setSingleShot(true);
     m_rescueTimer.setInterval(2000);
     connect(&m_rescueTimer, &QTimer::timeout, this, [this] {
-        // What prints in the middle of a run may find a form half filled.
+        // In the middle of a run, where a print lets this through, a form may be half filled.
         PythonModule::isRunning() ? m_rescueTimer.start() : rescueSession();
     });
 }
@@ -38,6 +38,7 @@ void Tarnwick::rescueSession()
     m_rescueTimer.stop();
     if (!m_session)
         return;
+    // Modes are missing that a copy made before may have.
     if (!canBeSaved()) {
         m_rescueTimer.start();
         return;
@@ -59,6 +60,7 @@ void Tarnwick::rescueSession()
 void Tarnwick::leaveRescuedModes()
 {
     if (m_rescueTimer.isActive()) {
+        // A form may be half filled then, and is not to replace what was written before.
         if (PythonModule::isRunning())
             m_rescueFile.clear();
         rescueSession();

@@ -33,8 +33,9 @@ private Q_SLOTS:
         int chunks = 0;
         RecordingConsole::onWrite = [&] {
             if (++chunks == chunk.toInt())
-                act("pick P2; New");
+                act("New");
         };
+        sayYes();
         act(opening);
         QCOMPARE(m_window->windowTitle(), QString("Tarnwick P2"));
         QCOMPARE(titles(), QString("P2_gain1"));
