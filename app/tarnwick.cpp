@@ -28,6 +28,7 @@ Tarnwick::Tarnwick(Platform &platform, QWidget *parent)
     m_ui->menuCamera->setEnabled(false);
     buildModeArea();
     closeOnInterruption();
+    prepareRescue();
     ensurePython();
     if (PythonModule::isLoaded())
         buildConsoleDock();
@@ -104,6 +105,8 @@ void Tarnwick::closeEvent(QCloseEvent *event)
         return;
     }
     event->accept();
+    if (m_rescueTimer.isActive())
+        rescueSession();
     // Nobody could see or end a script that prints on behind a closed window.
     if (!PythonModule::isRunning())
         return;

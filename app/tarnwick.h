@@ -6,6 +6,8 @@
 
 #include <QDir>
 #include <QMainWindow>
+#include <QThreadPool>
+#include <QTimer>
 #include <QVector>
 
 #include <memory>
@@ -20,6 +22,7 @@ class QMdiSubWindow;
 class QSignalMapper;
 class Session;
 class SessionWindow;
+struct SessionDescription;
 namespace Ui {
 class Tarnwick;
 }
@@ -41,6 +44,7 @@ public:
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private Q_SLOTS:
     void on_actionAbout_triggered();
@@ -80,7 +84,14 @@ private:
     [[nodiscard]] QStringList sessionLocations() const;
     void warnOfSessionFile(const QString &text);
     [[nodiscard]] bool canBeSaved() const;
+    [[nodiscard]] SessionDescription sessionDescription() const;
     [[nodiscard]] QVariantList collectedResults() const;
+
+    void prepareRescue();
+    void modesChanged();
+    void rescueSession();
+    void leaveRescuedModes();
+    void discardRescue();
 
     void openSession(const QString &modulePath, const QString &partNumber, const QVariant &values);
     void addModeWindow(const QVariant &values);
@@ -117,6 +128,11 @@ private:
     /// The session's file; empty while it was neither saved nor opened from one.
     QString m_sessionFileName;
     RecentFileList m_recentFiles;
+    /// The session's file in the rescue folder; empty while it needs none.
+    QString m_rescueFile;
+    QTimer m_rescueTimer;
+    /// Of one thread, so that copies are written one after another. Its end waits for the last.
+    QThreadPool m_rescueWriter{this};
     /// The session's parameter lists differ from what was saved last.
     bool m_modified = false;
     /// Counts the changes, so that those which the user makes while a session is being opened are

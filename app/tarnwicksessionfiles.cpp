@@ -150,6 +150,8 @@ void Tarnwick::openModes(const QString &modulePath,
                          const QString &partNumber,
                          const QVariantList &allParameters)
 {
+    // While the new modes are being opened nothing is rescued.
+    leaveRescuedModes();
     const Waiting waiting(m_mdiArea, &m_openings);
     closeAllSessions();
     // Opening the session counts as one change; any other means that a generator's output let an
@@ -162,8 +164,10 @@ void Tarnwick::openModes(const QString &modulePath,
             return;
     }
     // Each mode counts as one.
-    if (m_modifications <= modifications + allParameters.size())
+    if (m_modifications <= modifications + allParameters.size()) {
         m_modified = false;
+        discardRescue();
+    }
 }
 
 /// False while the modes are not all there: none before the first is built and after the last was
@@ -171,6 +175,17 @@ void Tarnwick::openModes(const QString &modulePath,
 bool Tarnwick::canBeSaved() const
 {
     return m_session && m_openings == 0 && !m_mdiArea->subWindowList().isEmpty();
+}
+
+SessionDescription Tarnwick::sessionDescription() const
+{
+    SessionDescription description;
+    description.modulePath = m_session->modulePath();
+    description.moduleName = m_session->moduleName();
+    description.partNumber = m_session->partNumber();
+    for (const SessionWindow *const window : modeWindows())
+        description.allParameters.append(window->parametersPane()->values());
+    return description;
 }
 
 void Tarnwick::on_actionSave_triggered()
@@ -181,14 +196,13 @@ void Tarnwick::on_actionSave_triggered()
     }
     if (!canBeSaved())
         return;
-    SessionDescription description;
-    description.modulePath = m_session->modulePath();
-    description.moduleName = m_session->moduleName();
-    description.partNumber = m_session->partNumber();
-    for (const SessionWindow *const window : modeWindows())
-        description.allParameters.append(window->parametersPane()->values());
-    if (!writeTextFile(m_sessionFileName, sessionFileText(description)))
+    if (writeTextFile(m_sessionFileName, sessionFileText(sessionDescription()))) {
+        discardRescue();
+    } else {
+        // From here on the session counts as saved, and nobody asks before it goes.
+        rescueSession();
         warnOfSessionFile(tr("Couldn't write the session file.\n\n%1").arg(m_sessionFileName));
+    }
     m_recentFiles.addFile(m_sessionFileName);
     m_modified = false;
 }

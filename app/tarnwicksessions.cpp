@@ -47,8 +47,10 @@ void Tarnwick::on_actionNew_triggered()
     const int modifications = m_modifications;
     openSession(dialog.moduleFile(), dialog.partNumber(), QVariant());
     // The new mode counts as one.
-    if (m_modifications <= modifications + 1)
+    if (m_modifications <= modifications + 1) {
         m_modified = false;
+        discardRescue();
+    }
 }
 
 void Tarnwick::on_actionNew_Mode_triggered()
@@ -110,14 +112,15 @@ void Tarnwick::showModeWindow(SessionWindow *window)
         window,
         Qt::CustomizeWindowHint | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint);
     m_deferredDeletion->watch(subWindow);
+    subWindow->installEventFilter(this);
     subWindow->setWindowState(Qt::WindowMaximized);
     updateModeTitle(subWindow);
     subWindow->show();
     connect(window, &QObject::destroyed, this, &Tarnwick::modeWindowDestroyed);
     connect(window, &SessionWindow::regenerated, this, &Tarnwick::modeRegenerated);
-    connect(window, &SessionWindow::parameterChanged, this, &Tarnwick::markModified);
+    connect(window, &SessionWindow::parameterChanged, this, &Tarnwick::modesChanged);
     updateModesMenu();
-    markModified();
+    modesChanged();
 }
 
 SessionWindow *Tarnwick::activeSessionWindow() const
@@ -143,6 +146,7 @@ QVector<SessionWindow *> Tarnwick::modeWindows() const
 
 void Tarnwick::closeAllSessions()
 {
+    leaveRescuedModes();
     ++m_sessionChanges;
     // Hidden, a mode commits what is being typed in it. Nobody wants that generated any more, and events
     // that the generator lets through would find the session half closed.

@@ -51,7 +51,8 @@ static int runAll(const QString &program)
 {
     QTextStream(stdout) << "Medians, with the quartiles in brackets." << Qt::endl;
     const QTemporaryDir settings;
-    qputenv("XDG_CONFIG_HOME", settings.path().toLocal8Bit());
+    for (const char *const home : {"XDG_CONFIG_HOME", "XDG_DATA_HOME"})
+        qputenv(home, settings.path().toLocal8Bit());
     for (const Subject &subject : subjects) {
         if (subject.isPartOfAnother)
             continue;

@@ -3,10 +3,13 @@
 // Many modes in the main window: the time that they take to open, and their memory.
 
 #include "app/newsessiondlg.h"
+#include "app/sessionfile.h"
 #include "app/tarnwick.h"
 #include "bench/report.h"
 #include "bench/subjects.h"
 #include "bench/workload.h"
+#include "files/rescuefolder.h"
+#include "params/parameterspane.h"
 #include "session/functionstext.h"
 #include "session/session.h"
 #include "session/sessionwindow.h"
@@ -21,6 +24,7 @@
 #include <QRegularExpression>
 #include <QSpinBox>
 #include <QSplitter>
+#include <QThreadPool>
 #include <QTimer>
 #include <QToolButton>
 
@@ -70,6 +74,20 @@ public:
     {
         openMode();
         changeCurrentMode();
+    }
+    /// What the window does a while after a change; a thread does the rest.
+    void rescue()
+    {
+        SessionDescription session;
+        const QList<QMdiSubWindow *> modes = area()->subWindowList();
+        for (const QMdiSubWindow *const mode : modes)
+            session.allParameters.append(
+                static_cast<SessionWindow *>(mode->widget())->parametersPane()->values());
+        QThreadPool::globalInstance()->start([session] {
+            const RescueFolder folder;
+            if (!folder.write(folder.path() + QLatin1String("/bench"), sessionFileText(session)))
+                qFatal("the session was not rescued");
+        });
     }
     void changeCurrentMode()
     {
@@ -167,11 +185,16 @@ void benchModes()
     const Workload workload(60, 1000);
     Opening modes;
     Opening plain;
+    Samples rescue;
     ModesDriver driver;
     PlainModes plainModes(workload);
     for (int round = 0; round < 5; ++round) {
         driver.openSession(workload);
         modes.measure([&driver] { driver.openMode(); });
+        for (int i = 0; i < 5; ++i) {
+            rescue.add(milliseconds([&driver] { driver.rescue(); }));
+            QThreadPool::globalInstance()->waitForDone();
+        }
         driver.closeModes();
         plainModes.openMode();
         plain.measure([&plainModes] { plainModes.openMode(); });
@@ -184,6 +207,10 @@ void benchModes()
     report::check(QStringLiteral("  last five against first five"), modes.slowdown.median(), 2);
     report::times(QStringLiteral("50 plain splitters in a plain area"), plain.fifty);
     report::value(QStringLiteral("  last five against first five"), plain.slowdown.median());
+    report::check(QStringLiteral("rescue of a session of 50 modes"),
+                  rescue.median(),
+                  5,
+                  QStringLiteral("ms"));
 }
 
 void benchRun()

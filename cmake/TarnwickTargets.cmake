@@ -62,7 +62,7 @@ function(tarnwick_add_test name)
     file(MAKE_DIRECTORY "${home}/config" "${home}/work")
     add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY "${home}/work")
     set(environment
-        "HOME=${home}" "XDG_CONFIG_HOME=${home}/config"
+        "HOME=${home}" "XDG_CONFIG_HOME=${home}/config" "XDG_DATA_HOME=${home}/data"
         "QT_QPA_PLATFORM=offscreen"
         # Byte code is written as on a user's machine, where it must not hide edits.
         "PYTHONDONTWRITEBYTECODE=")

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "files/textfile.h"
 
+#include "files/rescuefolder.h"
+
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
@@ -70,6 +72,23 @@ static bool overwrite(const QString &path, const QByteArray &text, QString *erro
     return fail(error, reason);
 }
 
+/// Replaces a regular file, or makes a new one.
+static bool replace(const QString &path, const QByteArray &text, QString *error)
+{
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        if (!isWritten(file, text)) {
+            const QString reason = writeFailure(file);
+            file.cancelWriting();
+            return fail(error, reason);
+        }
+        if (file.commit())
+            return true;
+    }
+    // The folder takes no new file, or nothing can be put in this one's place.
+    return overwrite(path, text, error);
+}
+
 bool writeTextFile(const QString &path, const QByteArray &text, QString *error)
 {
     if (path.isEmpty())
@@ -85,18 +104,11 @@ bool writeTextFile(const QString &path, const QByteArray &text, QString *error)
     if (target.exists() && !(target.permissions() & anyone))
         return fail(error, TextFile::tr("The file is write-protected."));
 
-    QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        if (!isWritten(file, text)) {
-            const QString reason = writeFailure(file);
-            file.cancelWriting();
-            return fail(error, reason);
-        }
-        if (file.commit())
-            return true;
-    }
-    // The folder takes no new file, or nothing can be put in this one's place.
-    return overwrite(path, text, error);
+    RescueFolder::keepBeforeReplacing(path);
+    if (!replace(path, text, error))
+        return false;
+    RescueFolder::noteWritten(path, text);
+    return true;
 }
 
 bool readTextFile(const QString &path, QByteArray *text, QString *error)

@@ -10,7 +10,8 @@
 /// also when the program is killed meanwhile. Where its folder does not allow that, it is
 /// overwritten, and gets its old text back when this fails. A link stays and the file it leads to is
 /// written; the permissions of an existing file stay; a file without write permission is refused,
-/// also to the superuser. What is no regular file (a device, a pipe) is written to directly.
+/// also to the superuser. What is no regular file (a device, a pipe) is written to directly. Content
+/// that this run of the program did not write itself is copied to the rescue folder first.
 ///
 /// False on failure, with a sentence for people in \a error.
 [[nodiscard]] bool

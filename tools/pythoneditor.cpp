@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "tools/pythoneditor.h"
 
+#include "files/rescuefolder.h"
 #include "files/textfile.h"
+#include "python/cpython.h"
 #include "tools/fixedfont.h"
 #include "tools/pythonreplacedlg.h"
 #include "ui_pythoneditor.h"
@@ -30,6 +32,8 @@ PythonEditor::PythonEditor(QWidget *parent)
 
 PythonEditor::~PythonEditor()
 {
+    if (isModified())
+        rescueText();
     // The document ends after this object's own part.
     m_ui->edit->document()->disconnect(this);
 }
@@ -97,6 +101,9 @@ void PythonEditor::loadFile(const QString &path)
     QByteArray bytes;
     if (file.filePath() == m_fileName || !readTextFile(file.filePath(), &bytes))
         return;
+    // When the session has unsaved changes as well, nobody was asked about these.
+    if (isModified())
+        rescueText();
     m_ui->edit->clear();
     m_ui->line->setText(tr("Line 0"));
     m_ui->edit->setPlainText(m_source.decode(bytes));
@@ -109,19 +116,34 @@ void PythonEditor::loadFile(const QString &path)
     m_ui->file->setToolTip(m_fileName);
 }
 
-void PythonEditor::saveFile()
+/// Keeps the text that the file does not have.
+void PythonEditor::rescueText() const
+{
+    if (!m_fileName.isEmpty() && !m_ui->edit->isReadOnly())
+        RescueFolder().keep(QFileInfo(m_fileName).fileName(), m_source.encode(text()));
+}
+
+/// False when the loaded file could not be written.
+bool PythonEditor::saveFile()
 {
     if (m_fileName.isEmpty() || m_ui->edit->isReadOnly())
-        return;
-    if (writeTextFile(m_fileName, m_source.encode(text())))
-        m_ui->edit->document()->setModified(false);
+        return true;
+    if (!writeTextFile(m_fileName, m_source.encode(text()))) {
+        rescueText();
+        return false;
+    }
+    m_ui->edit->document()->setModified(false);
+    return true;
 }
 
 void PythonEditor::runFile()
 {
-    if (isModified())
-        saveFile();
-    m_ui->edit->document()->setModified(false);
+    if (!isModified() || saveFile())
+        m_ui->edit->document()->setModified(false);
+    else
+        CPython::printErrorLine(tr("%1 could not be saved. What runs is the file as it was.")
+                                    .arg(QFileInfo(m_fileName).fileName())
+                                    .toStdString());
     Q_EMIT runClicked();
 }
 

@@ -12,7 +12,8 @@ namespace Ui {
 class PythonEditor;
 }
 
-/// The code editor: one Python file at a time, saved where it was loaded from. The font scale (setting
+/// The code editor: one Python file at a time, saved where it was loaded from. Text that cannot be
+/// saved there, or is dropped unsaved, goes to the rescue folder. The font scale (setting
 /// "editorFontScale", percent) and the dark palette ("editorDarkMode", 0 or 1) are remembered.
 class PythonEditor : public QWidget
 {
@@ -32,7 +33,7 @@ public:
 
 Q_SIGNALS:
     void modificationChanged(bool m);
-    /// The user wants the file to run; it was saved just before.
+    /// The user wants the file to run; it was saved just before, if it could be.
     void runClicked();
 
 protected:
@@ -42,7 +43,8 @@ private:
     void readSettings();
     void makeConnections();
     [[nodiscard]] QString text() const;
-    void saveFile();
+    void rescueText() const;
+    bool saveFile();
     void runFile();
     void filterModification(bool m);
     void updateLineLabel();

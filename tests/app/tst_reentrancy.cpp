@@ -33,11 +33,14 @@ private Q_SLOTS:
         int chunks = 0;
         RecordingConsole::onWrite = [&] {
             if (++chunks == chunk.toInt())
-                act("pick P2; New");
+                act("New");
         };
+        sayYes();
         act(opening);
         QCOMPARE(m_window->windowTitle(), QString("Tarnwick P2"));
         QCOMPARE(titles(), QString("P2_gain1"));
+        // Half a session is no rescue of a whole one.
+        QCOMPARE(copies(), QString());
     }
 
     /// The change that is being generated from is one.

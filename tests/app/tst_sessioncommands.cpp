@@ -184,6 +184,28 @@ private Q_SLOTS:
         QCOMPARE(pane(mode(1), "errors"), QString());
     }
 
+    void rescue_data() { loadTable("app/rescue"); }
+    void rescue()
+    {
+        QFETCH(const QString, steps);
+        act(steps);
+        QTEST(copies(), "copies");
+        QTEST(RecordingConsole::text(1), "printed");
+    }
+
+    void rescuedSessionOpens()
+    {
+        act("pick P2; New; New_Mode; gain 0 9; click 1 mode_check; close 0; close 0; settle");
+        QCOMPARE(copies(), QString("P2_modes_def.txt 9 1"));
+        const QDir folder(RescueFolder().path());
+        choose(folder.filePath(folder.entryList(QDir::Files).first()));
+        act("Open");
+        QCOMPARE(titles(), QString("P2_gain9, P2_gain1"));
+        QVERIFY(!mode(0)->findChild<QCheckBox *>("mode_check")->isChecked());
+        QVERIFY(mode(1)->findChild<QCheckBox *>("mode_check")->isChecked());
+        QCOMPARE(m_window->windowTitle(), QString("Tarnwick P2"));
+    }
+
     void errorRouting()
     {
         auto *const dock = child<QDockWidget>("dockPythonConsole");

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "files/rescuefolder.h"
 #include "files/textfile.h"
 #include "support/table.h"
 
@@ -72,6 +73,30 @@ private Q_SLOTS:
         QCOMPARE(error.isEmpty(), isDevice || isFile);
         QVERIFY(isFile ? !isSaved || read == text : read == "unchanged");
     }
+    void rescue_data() { loadTable("files/rescue"); }
+    void rescue()
+    {
+        const QString folder = RescueFolder().path();
+        QDir(folder).removeRecursively();
+        QFile::remove(folder);
+        QVERIFY(QDir::setCurrent(m_folder->path()));
+        for (const QString &step : cell("steps").replace("@R", folder).split(" -> ")) {
+            if (step.startsWith("save "))
+                QVERIFY(writeTextFile(step.section(' ', 1, 1), step.section(' ', 2).toUtf8()));
+            else
+                QCOMPARE(QProcess::execute("/bin/sh", {"-c", step}), 0);
+        }
+        const QRegularExpression time(R"((^|, )\d{4}-\d\d-\d\dT\d\d-\d\d-\d\d (\(\d+\) )?)");
+        QStringList copies = QString(listing(folder)).replace(time, "\\1").split(", ");
+        copies.sort();
+        if (copies.size() > 100) {
+            const QString number = QString::number(copies.size());
+            copies = QStringList(copies.first() + " ... " + copies.last() + ": " + number);
+        }
+        QCOMPARE(copies.join(", "), cell("copies"));
+        const auto others = QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
+        QVERIFY(copies.first().isEmpty() || !(QFile::permissions(folder) & others));
+    }
     void noName() { QVERIFY(!writeTextFile({}, "new")); }
     void toPipe()
     {
@@ -113,11 +138,11 @@ private Q_SLOTS:
 
 private:
     QString path(const QString &name) const { return m_folder->filePath(name); }
-    /// What is in the folder: "name mode content", the content of a link being where it leads.
-    QByteArray listing() const
+    QByteArray listing() const { return listing(m_folder->path()); }
+    /// What is in a folder: "name mode content", the content of a link being where it leads.
+    static QByteArray listing(const QDir &folder)
     {
         QByteArrayList entries;
-        const QDir folder(m_folder->path());
         const auto all = QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot;
         QDirIterator entry(folder.path(), all, QDirIterator::Subdirectories);
         while (entry.hasNext()) {
@@ -127,7 +152,8 @@ private:
             const QByteArray name = folder.relativeFilePath(file.fileName()).toLatin1();
             QByteArray content = folder.relativeFilePath(file.symLinkTarget()).toLatin1();
             if (S_ISREG(status.st_mode) && file.open(QIODevice::ReadOnly))
-                content = file.readAll();
+                content =
+                    file.size() < 20'000'000 ? file.readAll() : QByteArray::number(file.size());
             const QByteArray mode = QByteArray::number(status.st_mode, 8);
             entries.append((name + ' ' + mode + ' ' + content).trimmed());
         }

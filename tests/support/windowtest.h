@@ -2,7 +2,9 @@
 #pragma once
 
 #include "app/identity.h"
+#include "app/sessionfile.h"
 #include "app/tarnwick.h"
+#include "files/rescuefolder.h"
 #include "session/sessionwindow.h"
 #include "support/generatorfolder.h"
 #include "support/modaldriver.h"
@@ -25,6 +27,7 @@
 #include <QSettings>
 #include <QSpinBox>
 #include <QTabBar>
+#include <QThreadPool>
 #include <QToolButton>
 
 #include <csignal>
@@ -39,6 +42,7 @@ protected:
     {
         applyIdentity();
         QSettings().clear();
+        QDir(RescueFolder().path()).removeRecursively();
         m_folder = std::make_unique<GeneratorFolder>();
         m_generator = m_folder->write("settings_test.py", GeneratorFolder::source(generatorBody));
         QSettings().setValue("pyLocations", QStringList{m_folder->path()});
@@ -62,6 +66,7 @@ protected:
         child<QPlainTextEdit>("edit")->document()->setModified(false);
         area()->closeAllSubWindows();
         QVERIFY(QTest::qWaitFor([this] { return sessionWindows() == 0; }));
+        m_window->findChild<QThreadPool *>()->waitForDone();
     }
 
     /// Does as the user does, step by step: "pick P1; New; gain 0 9; Clone_Mode". Pick, choose, accept,
@@ -82,6 +87,15 @@ protected:
                 {"cancel", [&] { m_driver->expect([](QDialog *dialog) { dialog->reject(); }); }},
                 {"warn", [&] { expectBox("Tarnwick - Session file", rest); }},
                 {"ask", [&] { expectBox("Tarnwick - Unsaved Changes", m_question.arg(rest)); }},
+                {"proceed",
+                 [&] {
+                     m_driver->expect([](QDialog *box) {
+                         qobject_cast<QMessageBox *>(box)->button(QMessageBox::Ok)->click();
+                     });
+                 }},
+                {"rescued", [&] { QTRY_COMPARE(copies(), rest); }},
+                {"lock",
+                 [&] { QVERIFY(QFile::setPermissions(m_folder->path(rest), QFile::ReadOwner)); }},
                 {"recent", [&] { recentFile()->trigger(); }},
                 {"file", [&] { m_folder->write(first, second.toUtf8()); }},
                 {"link",
@@ -218,6 +232,26 @@ protected:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
     }
 
+    /// What is in the rescue folder, the oldest first: the names without the time, with the gains of
+    /// a session's modes or the first line of another file.
+    QString copies() const
+    {
+        m_window->findChild<QThreadPool *>()->waitForDone();
+        QStringList copies;
+        const QDir folder(RescueFolder().path());
+        for (const QFileInfo &copy :
+             folder.entryInfoList(QDir::Files, QDir::Time | QDir::Reversed)) {
+            const QByteArray content = read(copy.filePath());
+            copies.append(copy.fileName().section(' ', -1));
+            for (const QVariant &mode : readSessionFileText(content).allParameters) {
+                const QVariantMap gain = mode.toMap().value("gain").toMap();
+                copies.last() += ' ' + gain.value("value").toString();
+            }
+            if (!copies.last().contains(' '))
+                copies.last() += ' ' + content.split('\n').first();
+        }
+        return copies.join(", ");
+    }
     void choose(const QString &file)
     {
         m_driver->expect([file](QDialog *chooser) { ModalDriver::choose(chooser, file); });

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "files/rescuefolder.h"
 #include "support/table.h"
 #include "support/testmain.h"
 #include "tools/pythoneditor.h"
@@ -24,6 +25,7 @@ private Q_SLOTS:
         QSettings().clear();
         m_folder = std::make_unique<QTemporaryDir>();
         QVERIFY(QDir::setCurrent(m_folder->path()) && QDir().mkpath("sub"));
+        QDir(RescueFolder().path()).removeRecursively();
         open();
     }
     void edits_data() { loadTable("tools/edits"); }
@@ -109,6 +111,7 @@ private:
             {"clipboard", [&] { return QApplication::clipboard()->text(); }},
             {"events", [&] { return m_events.join(' '); }},
             {"modified", [&] { return QVariant(m_editor->isModified()).toString(); }},
+            {"rescued", [] { return rescued(); }},
             {"saved", [&] { return read(name); }},
             {"setting", [&] { return QSettings().value(name).toString(); }},
             {"text", [&] { return text(); }},
@@ -178,6 +181,13 @@ private:
         QFile file(name);
         const QByteArray bytes = text.toUtf8().replace("<xff>", "\xff");
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+    }
+    static QString rescued()
+    {
+        QStringList texts;
+        for (const QFileInfo &file : QDir(RescueFolder().path()).entryInfoList(QDir::Files))
+            texts.append(file.fileName().section(' ', -1) + ": " + read(file.filePath()));
+        return texts.join(", ");
     }
     static QString read(const QString &name)
     {
