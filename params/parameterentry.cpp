@@ -261,6 +261,8 @@ void makeWidgets(ParameterEntry &entry, const QVariantMap &descriptor, QWidget *
     entry.check->setToolTip(toolTip);
     editor->setToolTip(toolTip);
     editor->setAccessibleName(entry.check->text());
+    // The wheel, which may be meant for the form, must not take the focus with it.
+    editor->setFocusPolicy(Qt::StrongFocus);
     editor->setEnabled(entry.check->isChecked());
     QObject::connect(entry.check, &QCheckBox::clicked, editor, &QWidget::setEnabled);
 

@@ -10,6 +10,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QPointer>
+#include <QScrollBar>
 #include <QSignalBlocker>
 #include <QSpinBox>
 #include <QVBoxLayout>
@@ -60,6 +61,34 @@ void Emission::deleteAfter(QWidget *widget)
         widget->deleteLater();
 }
 
+/// Keeps the wheel, while it scrolls the form, from changing the editors that pass under the pointer:
+/// only the one with the keyboard focus steps then.
+class WheelGuard final : public QObject
+{
+public:
+    explicit WheelGuard(QScrollArea *form)
+        : QObject(form)
+        , m_form(form)
+    {
+    }
+
+    bool eventFilter(QObject *editor, QEvent *event) override
+    {
+        if (event->type() != QEvent::Wheel || static_cast<QWidget *>(editor)->hasFocus())
+            return false;
+        if (m_form->verticalScrollBar()->maximum() > 0) {
+            // On to the form.
+            event->ignore();
+            return true;
+        }
+        static_cast<QWidget *>(editor)->setFocus(Qt::MouseFocusReason);
+        return false;
+    }
+
+private:
+    QScrollArea *const m_form;
+};
+
 } // namespace
 
 static QString valueKey()
@@ -74,6 +103,7 @@ ParametersPane::ParametersPane(QWidget *parent)
     , m_formLayout(std::make_unique<QFormLayout>())
 {
     m_ui->setupUi(this);
+    m_wheelGuard = new WheelGuard(m_ui->scrollArea);
     m_ui->contents->setLayout(m_contentsLayout);
     m_contentsLayout->setObjectName(QStringLiteral("contentsLayout"));
     m_contentsLayout->setContentsMargins(0, 0, 2, 0);
@@ -215,6 +245,7 @@ void ParametersPane::addRows(QFormLayout *form, const QString &group, QWidget *p
 
 void ParametersPane::connectEntry(const ParameterEntry &entry)
 {
+    editorOf(entry)->installEventFilter(m_wheelGuard);
     constexpr auto changed = &ParametersPane::announceChange;
     connect(entry.check, &QCheckBox::clicked, this, changed);
     if (entry.combo)

@@ -75,6 +75,7 @@ private:
     QVBoxLayout *const m_contentsLayout;
     // Outside of the contents while its rows change, so no parent owns it for good.
     const std::unique_ptr<QFormLayout> m_formLayout;
+    QObject *m_wheelGuard = nullptr;
     QVariantMap m_parameterDescriptors;
     QVariantMap m_groupDescriptors;
     QMap<QString, ParameterGroup> m_groups;

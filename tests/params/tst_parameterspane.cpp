@@ -69,8 +69,11 @@ static void act(QCheckBox *check, const QString &action)
         return QTest::mouseClick(check, Qt::LeftButton, {}, QPoint(8, check->height() / 2));
     if (action == "arrow")
         return QTest::mouseClick(editor, Qt::LeftButton, {}, QPoint(editor->width() - 5, 5));
-    if (action == "wheel")
-        return void(QCoreApplication::sendEvent(editor, &turn));
+    if (action == "wheel") {
+        // Only from the outside does the wheel move the focus.
+        QSpontaneKeyEvent::setSpontaneous(&turn);
+        return void(qApp->notify(editor, &turn));
+    }
     editor->setFocus(Qt::TabFocusReason);
     for (const QString &key : action.split(' ', Qt::SkipEmptyParts))
         QTest::keyClick(editor->window()->focusWidget(), Qt::Key(QKeySequence(key)[0]));
