@@ -300,11 +300,20 @@ QWidget *editorOf(const ParameterEntry &entry)
     return entry.doubleSpin;
 }
 
+/// The value that a spin box shows: steps leave it a little beside its decimals.
+static double shownValue(const QDoubleSpinBox *spin)
+{
+    const double value = spin->value();
+    const double shown = fixedText(value, spin->decimals()).toDouble();
+    // Added to zero, a negative zero loses its sign.
+    return shown == value ? value : 0.0 + shown;
+}
+
 QVariant editorValue(const ParameterEntry &entry)
 {
     if (entry.combo)
         return entry.combo->currentData();
-    return entry.spin ? QVariant(entry.spin->value()) : QVariant(entry.doubleSpin->value());
+    return entry.spin ? QVariant(entry.spin->value()) : QVariant(shownValue(entry.doubleSpin));
 }
 
 void setEditorValue(const ParameterEntry &entry, const QVariant &value)
