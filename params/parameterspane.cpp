@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "params/parameterspane.h"
 
+#include "params/readablepalette.h"
 #include "ui_parameterspane.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
@@ -108,6 +110,10 @@ ParametersPane::ParametersPane(QWidget *parent)
     m_contentsLayout->setObjectName(QStringLiteral("contentsLayout"));
     m_contentsLayout->setContentsMargins(0, 0, 2, 0);
     m_formLayout->setObjectName(QStringLiteral("formLayout"));
+    // What is greyed here is to be read as well: it is what the generator chose, or would choose.
+    setPalette(readablePalette());
+    connect(
+        qApp, &QGuiApplication::paletteChanged, this, [this] { setPalette(readablePalette()); });
 }
 
 ParametersPane::~ParametersPane()

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "params/parameterspane.h"
+#include "params/readablepalette.h"
 #include "support/table.h"
 #include "support/testmain.h"
 
@@ -7,6 +8,7 @@
 #include <QComboBox>
 #include <QFormLayout>
 #include <QGroupBox>
+#include <QImage>
 #include <QJsonDocument>
 #include <QSplitter>
 #include <QTimer>
@@ -58,6 +60,39 @@ static QString rowText(QCheckBox *check)
         return "out of sight";
     return dim(check) + (check->isChecked() ? "x " : "- ") + check->text() + ": " + dim(editor)
         + text + "; " + dim(cell(check, 1)) + get(cell(check, 1), "text");
+}
+
+/// The greatest contrast of a pixel with the one at the left end of its line.
+static double textContrast(const QImage &image)
+{
+    double best = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            best = qMax(best, contrast(image.pixelColor(x, y), image.pixelColor(0, y)));
+    }
+    return best;
+}
+
+/// How many of the disabled texts that are in sight can be read.
+static QString readableTexts(QWidget *pane)
+{
+    const QImage image = pane->grab().toImage();
+    int count = 0;
+    int readable = 0;
+    for (const auto *const widget : pane->findChildren<QWidget *>()) {
+        const bool isCombo = widget->inherits("QComboBox") && !get(widget, "currentText").isEmpty();
+        if (widget->isEnabled()
+            || !(isCombo || widget->inherits("QLabel") || widget->inherits("QCheckBox")
+                 || widget->inherits("QLineEdit")))
+            continue;
+        // Without the frame, the arrow, the box to tick.
+        const QRect text = isCombo
+            ? widget->rect().adjusted(5, 5, -25, -5)
+            : widget->rect().adjusted(get(widget, "tristate").isEmpty() ? 0 : 22, 2, 0, -2);
+        ++count;
+        readable += textContrast(image.copy(text.translated(widget->mapTo(pane, QPoint())))) >= 4.5;
+    }
+    return QString("%1 of %2").arg(readable).arg(count);
 }
 
 /// Acts as a user at a row: by a click on its check box, at its editor, or with the keys named.
@@ -124,6 +159,7 @@ private:
     /// Plays a script with the "steps" of the row in the place of $.
     void play(QString script)
     {
+        const QPalette palette = QApplication::palette();
         QSplitter window;
         m_pane = new ParametersPane(&window);
         m_beside = new ParametersPane(&window);
@@ -139,6 +175,7 @@ private:
             QTest::qWait(0);
         }
         delete std::exchange(m_pane, nullptr);
+        QApplication::setPalette(palette);
         QTEST(m_seen.join(" / "), "seen");
     }
 
@@ -173,6 +210,10 @@ private:
             m_seen += rowText(pane->findChild<QCheckBox *>(name + "_check"));
         else if (verb == "layout")
             m_seen += layoutText(pane);
+        else if (verb == "palette")
+            QApplication::setPalette({QColor(name), QColor(rest.section(' ', 1))});
+        else if (verb == "readable")
+            m_seen += readableTexts(pane);
         else if (verb == "get")
             m_seen += get(pane->findChild<QWidget *>(name), rest.section(' ', 1));
         else
