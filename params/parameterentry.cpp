@@ -10,6 +10,8 @@
 #include <QIcon>
 #include <QLabel>
 #include <QSpinBox>
+#include <QStyleOption>
+#include <QStylePainter>
 
 #include <algorithm>
 #include <limits>
@@ -203,6 +205,28 @@ static void selectValue(QComboBox *combo, const QVariant &value)
     combo->setCurrentIndex(index < combo->count() ? index : combo->findData(value));
 }
 
+namespace {
+
+/// The editor of a parameter that the user cannot set. The looks of a combo box would promise choices,
+/// so there is nothing to see but the keyboard focus.
+class NoChoice final : public QComboBox
+{
+public:
+    using QComboBox::QComboBox;
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        if (!hasFocus())
+            return;
+        QStyleOptionFocusRect focus;
+        focus.initFrom(this);
+        QStylePainter(this).drawPrimitive(QStyle::PE_FrameFocusRect, focus);
+    }
+};
+
+} // namespace
+
 static QComboBox *makeCombo(const ParameterEntry &entry, QWidget *parent)
 {
     auto *const combo = new QComboBox(parent);
@@ -218,10 +242,11 @@ static QComboBox *makeCombo(const ParameterEntry &entry, QWidget *parent)
 static void makeEditor(ParameterEntry &entry, const QVariantMap &descriptor, QWidget *parent)
 {
     if (entry.kind != ParameterKind::Range) {
-        entry.combo = makeCombo(entry, parent);
+        // Nothing says what a parameter without choices may be, so the user cannot set it.
+        const bool isFixed = !descriptor.contains(QStringLiteral("enum"));
+        entry.combo = isFixed ? new NoChoice(parent) : makeCombo(entry, parent);
         entry.combo->setMaxVisibleItems(30);
-        // Nothing says what this parameter may be, so the user cannot set it.
-        if (!descriptor.contains(QStringLiteral("enum")))
+        if (isFixed)
             entry.check->setEnabled(false);
         return;
     }

@@ -214,7 +214,11 @@ private:
             QApplication::setPalette({QColor(name), QColor(rest.section(' ', 1))});
         else if (verb == "readable")
             m_seen += readableTexts(pane);
-        else if (verb == "get")
+        else if (verb == "blank") {
+            const QImage image =
+                cell(pane->findChild<QCheckBox *>(name + "_check"), 0)->grab().toImage();
+            m_seen += textContrast(image) > 1 ? "drawn" : "blank";
+        } else if (verb == "get")
             m_seen += get(pane->findChild<QWidget *>(name), rest.section(' ', 1));
         else
             qFatal("There is no step %s", qPrintable(verb));
