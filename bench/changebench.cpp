@@ -6,9 +6,11 @@
 #include "bench/subjects.h"
 #include "bench/workload.h"
 #include "python/pythonmodule.h"
+#include "session/errorspane.h"
 #include "session/functionspane.h"
 #include "session/functionstext.h"
 #include "session/generationresult.h"
+#include "session/notespane.h"
 #include "session/session.h"
 #include "session/sessionwindow.h"
 
@@ -186,6 +188,31 @@ static void benchFunctionsPane()
     report::check(QStringLiteral("  ratio"), filling.median() / plain.median(), 1.15);
 }
 
+/// What the toolkit would wrap between words, which it looks for in vain, in quadratic time.
+static void benchEndlessLines()
+{
+    NotesPane notes;
+    ErrorsPane errors;
+    FunctionsPane functions;
+    for (QWidget *const pane : std::initializer_list<QWidget *>{&notes, &errors, &functions}) {
+        pane->resize(windowSize / 2);
+        pane->show();
+    }
+    settle();
+    const QString line(1000000, QLatin1Char('x'));
+    const QVariantList comment{QStringLiteral("COMMENT"), line};
+    const QVariantMap function{{QStringLiteral("name"), QStringLiteral("f")},
+                               {QStringLiteral("instructions"), QVariantList{QVariant(comment)}}};
+    const double time = milliseconds([&] {
+        notes.setLines({line});
+        errors.setLines({line});
+        functions.setFunctions(QStringLiteral("bench"), {function});
+        settle();
+    });
+    report::heading(QStringLiteral("1 MB without a blank in a note, an error and a comment"));
+    report::check(QStringLiteral("shown after"), time, 2000, QStringLiteral("ms"));
+}
+
 void benchChange()
 {
     PythonModule python;
@@ -194,4 +221,5 @@ void benchChange()
     benchWorkload(60, 1000, 3.2, 3.2);
     benchWorkload(200, 10000, 2.3, 1.9);
     benchFunctionsPane();
+    benchEndlessLines();
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "session/errorspane.h"
 
+#include "session/panetext.h"
 #include "ui_errorspane.h"
 
 ErrorsPane::ErrorsPane(QWidget *parent)
@@ -8,18 +9,17 @@ ErrorsPane::ErrorsPane(QWidget *parent)
     , m_ui(std::make_unique<Ui::ErrorsPane>())
 {
     m_ui->setupUi(this);
+    m_text = std::make_unique<PaneText>(m_ui->errors);
 }
 
 ErrorsPane::~ErrorsPane() = default;
 
 void ErrorsPane::setLines(const QStringList &lines)
 {
-    m_ui->errors->clear();
-    m_ui->errors->moveCursor(QTextCursor::End);
-    m_ui->errors->insertPlainText(lines.join(QLatin1Char('\n')));
+    m_text->set(lines.join(QLatin1Char('\n')));
 }
 
 void ErrorsPane::clear()
 {
-    m_ui->errors->clear();
+    m_text->clear();
 }

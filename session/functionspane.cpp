@@ -2,10 +2,10 @@
 #include "session/functionspane.h"
 
 #include "session/functionstext.h"
+#include "session/panetext.h"
 #include "ui_functionspane.h"
 
 #include <QFontDatabase>
-#include <QScrollBar>
 #include <QTextDocument>
 #include <QVector>
 
@@ -55,6 +55,7 @@ FunctionsPane::FunctionsPane(QWidget *parent)
     , m_ui(std::make_unique<Ui::FunctionsPane>())
 {
     m_ui->setupUi(this);
+    m_text = std::make_unique<PaneText>(m_ui->functions);
     m_ui->functions->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
 }
 
@@ -63,24 +64,21 @@ FunctionsPane::~FunctionsPane() = default;
 void FunctionsPane::setFunctions(const QString &name, const QVariantList &functions)
 {
     const QString text = functionsText(name, functions);
-    QPlainTextEdit *const view = m_ui->functions;
-    if (!updateLines(text)) {
-        view->clear();
-        view->moveCursor(QTextCursor::End);
-        view->insertPlainText(text);
+    m_text->rememberPlace();
+    if (!m_text->isBrokenLike(text) || !updateLines(text)) {
+        m_text->set(text);
         return;
     }
     // What clearing and inserting would have left behind.
-    const QTextCursor cursor = view->textCursor();
+    const QTextCursor cursor = m_ui->functions->textCursor();
     if (!cursor.atEnd() || cursor.hasSelection())
-        view->moveCursor(QTextCursor::End);
-    view->verticalScrollBar()->setValue(0);
-    view->horizontalScrollBar()->setValue(0);
+        m_ui->functions->moveCursor(QTextCursor::End);
+    m_text->restorePlace();
 }
 
 void FunctionsPane::clear()
 {
-    m_ui->functions->clear();
+    m_text->clear();
 }
 
 /// Brings the shown text up to date line by line when few of its lines change, which is what most

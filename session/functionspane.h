@@ -6,6 +6,7 @@
 
 #include <memory>
 
+class PaneText;
 namespace Ui {
 class FunctionsPane;
 }
@@ -19,7 +20,7 @@ public:
     explicit FunctionsPane(QWidget *parent = nullptr);
     ~FunctionsPane() override;
 
-    /// Replaces the whole text; the cursor is at its end and the view at its beginning afterwards.
+    /// Replaces the whole text; the cursor is at its end afterwards, and what was in sight still is.
     void setFunctions(const QString &name, const QVariantList &functions);
     void clear();
 
@@ -27,4 +28,5 @@ private:
     [[nodiscard]] bool updateLines(const QString &text);
 
     const std::unique_ptr<Ui::FunctionsPane> m_ui;
+    std::unique_ptr<PaneText> m_text;
 };

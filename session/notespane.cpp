@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "session/notespane.h"
 
+#include "session/panetext.h"
 #include "ui_notespane.h"
 
 NotesPane::NotesPane(QWidget *parent)
@@ -8,18 +9,17 @@ NotesPane::NotesPane(QWidget *parent)
     , m_ui(std::make_unique<Ui::NotesPane>())
 {
     m_ui->setupUi(this);
+    m_text = std::make_unique<PaneText>(m_ui->notes);
 }
 
 NotesPane::~NotesPane() = default;
 
 void NotesPane::setLines(const QStringList &lines)
 {
-    m_ui->notes->clear();
-    m_ui->notes->moveCursor(QTextCursor::End);
-    m_ui->notes->insertPlainText(lines.join(QLatin1Char('\n')));
+    m_text->set(lines.join(QLatin1Char('\n')));
 }
 
 void NotesPane::clear()
 {
-    m_ui->notes->clear();
+    m_text->clear();
 }

@@ -5,6 +5,7 @@
 
 #include <memory>
 
+class PaneText;
 namespace Ui {
 class NotesPane;
 }
@@ -24,4 +25,5 @@ public:
 
 private:
     const std::unique_ptr<Ui::NotesPane> m_ui;
+    std::unique_ptr<PaneText> m_text;
 };

@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 #include <QPlainTextEdit>
 #include <QScrollBar>
+#include <QTextBlock>
 
 class tst_FunctionsText : public QObject
 {
@@ -46,8 +47,46 @@ private Q_SLOTS:
         const QRegularExpression lineEnd("\r\n?|\u2029");
         QCOMPARE(view->toPlainText(), functionsText("N", commented(after)).replace(lineEnd, "\n"));
         QVERIFY(view->textCursor().atEnd() && !view->textCursor().hasSelection());
-        QCOMPARE(scrollBar->value(), 0);
+        QCOMPARE(scrollBar->value(), qMin(50, scrollBar->maximum()));
         QVERIFY(!view->document()->isUndoAvailable() && view->isReadOnly());
+    }
+
+    /// The first line in sight stays in its function, also when the pane was empty meanwhile.
+    void place()
+    {
+        const auto functions = [](const QString &above, const QString &name) {
+            QVariantList list = commented(above) + commented("200");
+            list[1] =
+                QVariantMap{{"name", name}, {"instructions", list[1].toMap()["instructions"]}};
+            return list;
+        };
+        FunctionsPane pane;
+        const auto *const view = pane.findChild<QPlainTextEdit *>("functions");
+        const auto topLine = [view] {
+            return view->cursorForPosition({0, 0}).block().text() + " in line "
+                + QString::number(view->verticalScrollBar()->value());
+        };
+        pane.setFunctions("M", functions("100", "g"));
+        pane.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&pane));
+        view->verticalScrollBar()->setValue(150);
+        QCOMPARE(topLine(), "    #  45 in line 150");
+        pane.clear();
+        pane.setFunctions("M", functions("130", "g"));
+        QCOMPARE(topLine(), "    #  45 in line 180");
+        pane.setFunctions("M", functions("90", "h"));
+        QCOMPARE(topLine(), "    #  85 in line 180");
+    }
+    void endlessLine()
+    {
+        FunctionsPane pane;
+        const auto *const view = pane.findChild<QPlainTextEdit *>("functions");
+        for (const int length : {5, 1000000, 5}) {
+            const QVariantList functions = commented("1; 0=" + QString(length, 'x'));
+            pane.setFunctions("M", functions);
+            QCOMPARE(view->toPlainText(), functionsText("M", functions));
+            QCOMPARE(view->lineWrapMode() == QPlainTextEdit::NoWrap, length == 5);
+        }
     }
 
 private:
