@@ -8,6 +8,7 @@
 #include "tools/pythonreplacedlg.h"
 #include "ui_pythoneditor.h"
 
+#include <QApplication>
 #include <QFileInfo>
 #include <QKeyEvent>
 #include <QScrollBar>
@@ -44,7 +45,10 @@ void PythonEditor::readSettings()
     m_ui->scale->setValue(settings.value(fontScaleKey, 100).toInt());
     applyFontScale(m_ui->scale->value());
     m_ui->dark->setChecked(settings.value(darkModeKey, 0).toInt() > 0);
-    applyDarkMode(m_ui->dark->isChecked());
+    if (settings.contains(darkModeKey))
+        applyDarkMode(m_ui->dark->isChecked());
+    else
+        followDesktop();
 }
 
 void PythonEditor::makeConnections()
@@ -63,6 +67,7 @@ void PythonEditor::makeConnections()
     connect(
         m_ui->scale, qOverload<int>(&QSpinBox::valueChanged), this, &PythonEditor::applyFontScale);
     connect(m_ui->dark, &QCheckBox::clicked, this, &PythonEditor::applyDarkMode);
+    connect(qApp, &QGuiApplication::paletteChanged, this, &PythonEditor::followDesktop);
     connect(
         m_replaceDialog, &PythonReplaceDlg::nextClicked, this, &PythonEditor::findNextFromDialog);
     connect(m_replaceDialog,
@@ -182,6 +187,19 @@ void PythonEditor::applyDarkMode(bool on)
     QSettings settings;
     if (settings.value(darkModeKey) != QVariant(on ? 1 : 0))
         settings.setValue(darkModeKey, on ? 1 : 0);
+}
+
+/// While the user has chosen no palette, takes the one that fits the desktop's: the colours of the
+/// other could not be read on its ground.
+void PythonEditor::followDesktop()
+{
+    if (QSettings().contains(darkModeKey))
+        return;
+    const QPalette desktop = QApplication::palette();
+    const bool isDark =
+        desktop.color(QPalette::Base).lightness() < desktop.color(QPalette::Text).lightness();
+    m_ui->dark->setChecked(isDark);
+    m_ui->edit->setDarkMode(isDark);
 }
 
 void PythonEditor::keyPressEvent(QKeyEvent *event)

@@ -14,7 +14,8 @@ class PythonEditor;
 
 /// The code editor: one Python file at a time, saved where it was loaded from. Text that cannot be
 /// saved there, or is dropped unsaved, goes to the rescue folder. The font scale (setting
-/// "editorFontScale", percent) and the dark palette ("editorDarkMode", 0 or 1) are remembered.
+/// "editorFontScale", percent) and the dark palette ("editorDarkMode", 0 or 1; the desktop's choice until
+/// the user chooses) are remembered.
 class PythonEditor : public QWidget
 {
     Q_OBJECT
@@ -50,6 +51,7 @@ private:
     void updateLineLabel();
     void applyFontScale(int percent);
     void applyDarkMode(bool on);
+    void followDesktop();
 
     [[nodiscard]] bool handleKey(int key, Qt::KeyboardModifiers modifiers);
     bool findText(const QString &text, bool backward, bool wrap);

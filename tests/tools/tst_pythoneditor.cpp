@@ -23,6 +23,7 @@ private Q_SLOTS:
     {
         QCoreApplication::setOrganizationName("kelvra");
         QSettings().clear();
+        QApplication::setPalette(m_palette);
         m_folder = std::make_unique<QTemporaryDir>();
         QVERIFY(QDir::setCurrent(m_folder->path()) && QDir().mkpath("sub"));
         QDir(RescueFolder().path()).removeRecursively();
@@ -87,6 +88,7 @@ private:
                 {"cd", [&] { QVERIFY(QDir::setCurrent(name)); }},
                 {"clip", [&] { QApplication::clipboard()->setText(all); }},
                 {"click", [&] { m_editor->findChild<QAbstractButton *>(name)->click(); }},
+                {"desktop", [&] { QApplication::setPalette(QColor(name)); }},
                 {"fill", [&] { fill(all.split('/')); }},
                 {"forget", [&] { m_events.clear(); }},
                 {"load", [&] { m_editor->loadFile(name); }},
@@ -198,6 +200,7 @@ private:
         return QString::fromUtf8('x' + file.readAll().replace('\xff', "<xff>")).mid(1);
     }
 
+    const QPalette m_palette = QApplication::palette();
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<PythonEditor> m_editor;
     PythonTextEdit *m_edit = nullptr;
