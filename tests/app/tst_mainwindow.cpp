@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/aboutdlg.h"
 #include "app/newsessiondlg.h"
+#include "support/textcontrast.h"
 #include "support/windowtest.h"
 #include "tools/pythoninputdlg.h"
 
@@ -130,6 +131,22 @@ private Q_SLOTS:
                   "Unable to Open the Help file - network access required to "
                       + browser.opened.host() + '.');
         trigger("actionUserGuide");
+    }
+
+    void crossesOfTabsCanBeSeen()
+    {
+        const QPalette palette = QApplication::palette();
+        act("pick P1; New; New_Mode");
+        for (const QPalette &each : {palette, QPalette(QColor("#31363b"), QColor("#2a2e32"))}) {
+            QApplication::setPalette(each);
+            auto *const bar = area()->findChild<QTabBar *>();
+            const QImage image = bar->grab().toImage();
+            for (const int tab : {0, 1}) {
+                const QWidget *const cross = bar->tabButton(tab, QTabBar::RightSide);
+                QVERIFY(textContrast(image.copy(cross->geometry())) >= 4.5);
+            }
+        }
+        QApplication::setPalette(palette);
     }
 
     /// With a screen reader each stop of the keyboard in the whole program has a name.

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "params/parameterspane.h"
-#include "params/readablepalette.h"
 #include "support/table.h"
 #include "support/testmain.h"
+#include "support/textcontrast.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFormLayout>
 #include <QGroupBox>
-#include <QImage>
 #include <QJsonDocument>
 #include <QSplitter>
 #include <QTimer>
@@ -60,17 +59,6 @@ static QString rowText(QCheckBox *check)
         return "out of sight";
     return dim(check) + (check->isChecked() ? "x " : "- ") + check->text() + ": " + dim(editor)
         + text + "; " + dim(cell(check, 1)) + get(cell(check, 1), "text");
-}
-
-/// The greatest contrast of a pixel with the one at the left end of its line.
-static double textContrast(const QImage &image)
-{
-    double best = 0;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x)
-            best = qMax(best, contrast(image.pixelColor(x, y), image.pixelColor(0, y)));
-    }
-    return best;
 }
 
 /// How many of the disabled texts that are in sight can be read.
