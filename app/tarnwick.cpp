@@ -13,9 +13,12 @@
 #include <QCloseEvent>
 #include <QMdiSubWindow>
 #include <QMessageBox>
+#include <QSettings>
 #include <QSignalMapper>
 #include <QSocketNotifier>
 #include <QTabBar>
+
+static const QString geometryKey = QStringLiteral("windowGeometry");
 
 Tarnwick::Tarnwick(Platform &platform, QWidget *parent)
     : QMainWindow(parent)
@@ -24,6 +27,8 @@ Tarnwick::Tarnwick(Platform &platform, QWidget *parent)
     , m_recentFiles(this, QStringLiteral("recentSessionList"))
 {
     m_ui->setupUi(this);
+    // Without one, or with that of another screen, the size stays.
+    restoreGeometry(QSettings().value(geometryKey).toByteArray());
     buildRecentFilesMenu();
     m_ui->menuCamera->setEnabled(false);
     buildModeArea();
@@ -107,6 +112,7 @@ void Tarnwick::closeEvent(QCloseEvent *event)
     event->accept();
     if (m_rescueTimer.isActive())
         rescueSession();
+    QSettings().setValue(geometryKey, saveGeometry());
     // Nobody could see or end a script that prints on behind a closed window.
     if (!PythonModule::isRunning())
         return;

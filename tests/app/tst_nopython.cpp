@@ -42,6 +42,37 @@ private Q_SLOTS:
         QVERIFY(m_window->close());
         tearDown();
     }
+
+    void geometryIsRemembered_data()
+    {
+        QTest::addColumn<QRect>("left");
+        QTest::addColumn<QRect>("found");
+        // The screen has 800 x 800 pixels.
+        QTest::newRow("on the screen") << QRect(70, 90, 600, 500) << QRect(70, 90, 600, 500);
+        QTest::newRow("on a screen that is gone")
+            << QRect(5000, 90, 600, 500) << QRect(200, 90, 600, 500);
+        QTest::newRow("above the screen") << QRect(70, -900, 600, 500) << QRect(70, 20, 600, 500);
+    }
+    /// From one start to the next.
+    void geometryIsRemembered()
+    {
+        QFETCH(QRect, left);
+        applyIdentity();
+        QSettings().clear();
+        MadeUpMachine machine;
+        ModalDriver driver;
+        driver.answerAll([](QDialog *warning) { warning->accept(); });
+        {
+            Tarnwick window(machine);
+            QCOMPARE(window.size(), QSize(800, 600));
+            window.show();
+            window.setGeometry(left);
+            QVERIFY(window.close());
+        }
+        Tarnwick window(machine);
+        window.show();
+        QTEST(window.geometry(), "found");
+    }
 };
 
 TARNWICK_TEST_MAIN(tst_NoPython)
