@@ -20,6 +20,7 @@ char CPython::s_versionString[16] = "";
 std::atomic<int> CPython::s_runDepth{0};
 std::atomic<bool> CPython::s_stopRequested{false};
 std::atomic<bool> CPython::s_interrupted{false};
+std::atomic<int> CPython::s_callsUnderWay{0};
 std::atomic<int> CPython::s_executionTimeLimit{0};
 
 namespace {
@@ -383,6 +384,9 @@ void CPython::endInterruption()
 void CPython::shutDown()
 {
     s_platform->catchInterrupts(nullptr);
+    // One that waits for the lock must not find the interpreter gone; no other begins now.
+    while (s_callsUnderWay > 0)
+        std::this_thread::yield();
     // Not a GilGuard: the interpreter takes the lock with it, or the lock is kept for good.
     py.PyGILState_Ensure();
     py.PyErr_Clear();
@@ -604,4 +608,19 @@ std::string CPython::moduleFile(const char *moduleName)
     const bool isRead = bytes && py.PyBytes_AsStringAndSize(bytes.get(), &text, &size) == 0;
     py.PyErr_Clear();
     return isRead ? std::string(text, static_cast<std::size_t>(size)) : std::string();
+}
+
+void CPython::callDuringRun(void (*function)())
+{
+    ++s_callsUnderWay;
+    if (isLoaded() && isRunning() && py.Py_IsInitialized()) {
+        const auto call = [](void *address) {
+            reinterpret_cast<void (*)()>(address)();
+            return 0;
+        };
+        py.Py_AddPendingCall(call, reinterpret_cast<void *>(function));
+        // Up to 3.11 the running thread looks for such calls only when it is asked for the lock.
+        const GilGuard lock;
+    }
+    --s_callsUnderWay;
 }

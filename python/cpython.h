@@ -70,6 +70,11 @@ public:
     /// The __file__ of a loaded module, UTF-8; empty when there is no such module or it has none.
     [[nodiscard]] static std::string moduleFile(const char *moduleName);
 
+    /// Has \a function called between two steps of the Python code that the initialising thread runs
+    /// at present, with the lock held. From any thread, without the lock. Nothing happens while none
+    /// runs.
+    static void callDuringRun(void (*function)());
+
     /// True while a run operation of the initialising thread has not returned. Objects that such a
     /// call may still touch must not be destroyed then.
     [[nodiscard]] static bool isRunning() { return s_runDepth > 0; }
@@ -118,6 +123,7 @@ private:
     static std::atomic<int> s_runDepth;
     static std::atomic<bool> s_stopRequested;
     static std::atomic<bool> s_interrupted;
+    static std::atomic<int> s_callsUnderWay;
     static std::atomic<int> s_executionTimeLimit;
 
     Platform &m_platform;

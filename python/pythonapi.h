@@ -60,6 +60,7 @@
     X(PyUnicode_AsEncodedString)                                                                   \
     X(PyUnicode_AsUTF8String)                                                                      \
     X(PyUnicode_FromString)                                                                        \
+    X(Py_AddPendingCall)                                                                           \
     X(Py_CompileString)                                                                            \
     X(Py_DecRef)                                                                                   \
     X(Py_Finalize)                                                                                 \

@@ -34,6 +34,8 @@ constexpr std::size_t mostPromptBytes = 1024;
 constexpr int mostErrorCharacters = 1000000;
 constexpr int errorPause = 100; // milliseconds after the last chunk of a burst
 constexpr int framePause = 16; // milliseconds between two paintings
+constexpr std::chrono::milliseconds
+    silence(30); // after which a script that goes on is stopped to paint
 // So many chunks of a burst are painted one by one; what a script prints before it goes on computing
 // is mostly less.
 constexpr int paintedChunks = 20;
@@ -53,6 +55,9 @@ QString promptIn(const char *chunk)
     const bool isPrompt = std::strlen(chunk) <= mostPromptBytes && !std::strchr(chunk, '\n');
     return isPrompt ? QString::fromUtf8(chunk) : QString();
 }
+
+/// What the present thread, which is not the GUI thread, asks with its last chunk.
+thread_local QString threadPrompt;
 
 /// A copy on the heap, cut to the length that one chunk may have.
 char *copyOf(const char *text)
@@ -77,6 +82,12 @@ PythonConsole::PythonConsole(CPython *python, QWidget *parent)
     , m_history(new QStringListModel(this))
     , m_completer(new QCompleter(m_history, this))
     , m_errorTimer(new QTimer(this))
+    , m_paintReminder(silence, [] {
+        CPython::callDuringRun([] {
+            if (s_current)
+                s_current->paintDuringRun();
+        });
+    })
 {
     m_ui->setupUi(this);
     m_ui->console->setFont(fixedFont(9));
@@ -166,7 +177,7 @@ void PythonConsole::makeConnections()
     connect(this,
             &PythonConsole::inputRequested,
             this,
-            &PythonConsole::serveThread,
+            &PythonConsole::serveThreads,
             Qt::QueuedConnection);
     connect(m_errorTimer, &QTimer::timeout, this, &PythonConsole::reportErrors);
     connect(&m_roomTimer, &QTimer::timeout, this, [this] {
@@ -260,14 +271,16 @@ void PythonConsole::writeText(int unit, const char *text)
         return;
     char *const copy = copyOf(text);
     ++console->m_chunksInFlight;
+    console->m_paintReminder.ask();
     if (unit == 1)
         Q_EMIT console->newStderrData(copy);
     else
         Q_EMIT console->newStdoutData(copy);
     if (unit != 1) {
+        threadPrompt = promptIn(text);
         QMetaObject::invokeMethod(
             console,
-            [console, prompt = promptIn(text)] { console->m_pendingPrompt = prompt; },
+            [console, prompt = threadPrompt] { console->m_pendingPrompt = prompt; },
             Qt::QueuedConnection);
     }
 }
@@ -359,6 +372,7 @@ void PythonConsole::holdPainting()
         m_ui->console->setUpdatesEnabled(false);
         if (!m_paintTimer.isActive())
             m_paintTimer.start(framePause);
+        m_paintReminder.ask();
     } else {
         resumePainting();
     }
@@ -369,6 +383,21 @@ void PythonConsole::resumePainting()
     m_paintTimer.stop();
     m_ui->console->setUpdatesEnabled(true);
     m_lastPaint.start();
+}
+
+/// Shows what is held back, and what threads have printed, while a script goes on without printing, which
+/// lets no timer fire. Only that: no other event is let through.
+void PythonConsole::paintDuringRun()
+{
+    m_isPaintingDuringRun = true;
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    m_isPaintingDuringRun = false;
+    resumePainting();
+    m_ui->console->viewport()->repaint();
+    m_ui->console->verticalScrollBar()->repaint();
+    const QMutexLocker lock(&s_mutex);
+    if (!m_requests.empty())
+        Q_EMIT inputRequested();
 }
 
 void PythonConsole::reportErrors()
@@ -395,6 +424,7 @@ std::string PythonConsole::readLine()
 std::string PythonConsole::answerToThread()
 {
     const auto request = std::make_shared<InputRequest>();
+    request->prompt = threadPrompt;
     m_requests.push_back(request);
     ++m_waitingThreads;
     Q_EMIT inputRequested();
@@ -405,40 +435,55 @@ std::string PythonConsole::answerToThread()
     return request->answer;
 }
 
-/// Asks the user for the thread that has waited longest.
-void PythonConsole::serveThread()
+/// Asks the user for the threads that wait, one after the other.
+void PythonConsole::serveThreads()
 {
-    std::shared_ptr<InputRequest> request;
-    {
-        const QMutexLocker lock(&s_mutex);
-        if (m_requests.empty())
-            return;
-        request = m_requests.front();
-        m_requests.pop_front();
-    }
     const QPointer<PythonConsole> alive(this);
-    const std::string answer = handleInput();
-    if (!alive)
-        return;
-    const QMutexLocker lock(&s_mutex);
-    request->answer = answer;
-    request->isAnswered = true;
-    m_answered.wakeAll();
+    while (alive && m_questions == 0 && !m_isPaintingDuringRun) {
+        std::shared_ptr<InputRequest> request;
+        {
+            const QMutexLocker lock(&s_mutex);
+            if (m_requests.empty())
+                return;
+            request = m_requests.front();
+            m_requests.pop_front();
+        }
+        const std::string answer = ask(request->prompt);
+        if (!alive)
+            return;
+        const QMutexLocker lock(&s_mutex);
+        request->answer = answer;
+        request->isAnswered = true;
+        m_answered.wakeAll();
+    }
+}
+
+/// The user's answer to a script of the GUI thread.
+std::string PythonConsole::handleInput()
+{
+    const QPointer<PythonConsole> alive(this);
+    const std::string answer = ask(m_pendingPrompt);
+    // Threads that asked meanwhile: the script may wait for them from now on.
+    if (alive)
+        serveThreads();
+    return answer;
 }
 
 /// The user's answer as UTF-8; empty when the dialog was rejected.
-std::string PythonConsole::handleInput()
+std::string PythonConsole::ask(const QString &prompt)
 {
     if (m_inputHasEnded)
         return {};
-    const QString prompt =
-        m_pendingPrompt.isEmpty() ? tr("Script requests user input") : m_pendingPrompt;
-    const QPointer<PythonInputDlg> dialog(new PythonInputDlg(tr("Python: ") + prompt, this));
+    const QString question = prompt.isEmpty() ? tr("Script requests user input") : prompt;
+    const QPointer<PythonInputDlg> dialog(new PythonInputDlg(tr("Python: ") + question, this));
     const QPointer<PythonConsole> alive(this);
     const int outerDepth = m_depthLettingThrough.exchange(CPython::runDepth());
+    ++m_questions;
     const bool accepted = dialog->exec() == QDialog::Accepted;
-    if (alive)
+    if (alive) {
+        --m_questions;
         m_depthLettingThrough = outerDepth;
+    }
     // This console may be gone, and the dialog with it.
     const std::unique_ptr<PythonInputDlg> owner(dialog);
     return owner && accepted ? owner->text().toUtf8().toStdString() : std::string();

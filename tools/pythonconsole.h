@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tools/reminder.h"
+
 #include <QElapsedTimer>
 #include <QMutex>
 #include <QTimer>
@@ -62,6 +64,7 @@ private:
     /// A thread that waits for a line.
     struct InputRequest
     {
+        QString prompt;
         std::string answer; // UTF-8, empty until it is there
         bool isAnswered = false;
     };
@@ -80,9 +83,11 @@ private:
     void holdPainting();
     void resumePainting();
     void reportErrors();
+    void paintDuringRun();
     [[nodiscard]] std::string handleInput();
+    [[nodiscard]] std::string ask(const QString &prompt);
     [[nodiscard]] std::string answerToThread();
-    void serveThread();
+    void serveThreads();
 
     /// The one that the streams address; null without any. Changed and used by other threads under
     /// the mutex only.
@@ -117,4 +122,9 @@ private:
     QElapsedTimer m_lastChunk;
     int m_burst = 0;
     int m_runningStatements = 0;
+    /// Dialogs that are open.
+    int m_questions = 0;
+    bool m_isPaintingDuringRun = false;
+    /// For what a script has printed before it goes on in silence.
+    Reminder m_paintReminder;
 };

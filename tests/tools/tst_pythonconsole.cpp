@@ -142,6 +142,56 @@ private Q_SLOTS:
         CPython::execute("input('go on?')\ngoing = False\nprint('from the script')\njoin()\n");
         QTRY_VERIFY(output().contains("from the script"));
     }
+    /// What was printed last is painted while the script goes on in silence, and nothing else happens then.
+    void silentScript()
+    {
+        struct Painting : QObject
+        {
+            bool eventFilter(QObject *, QEvent *event) override
+            {
+                if (event->type() == QEvent::Paint)
+                    text = console->toPlainText();
+                return false;
+            }
+            const QPlainTextEdit *console = nullptr;
+            QString text;
+        } painting;
+        painting.console = console();
+        console()->viewport()->installEventFilter(&painting);
+        QTimer timer;
+        QSignalSpy rounds(&timer, &QTimer::timeout);
+        timer.start(0);
+        for (const char *const printing :
+             {"print(*range(100), sep='\\n')", "start(print, 'in a thread')"}) {
+            CPython::execute(printing);
+            CPython::execute("join()");
+            const int before = rounds.size();
+            CPython::execute("end = time.monotonic() + 0.5\n"
+                             "while time.monotonic() < end: pass\n");
+            QCOMPARE(painting.text, output());
+            QCOMPARE(rounds.size(), before);
+        }
+        QVERIFY(output().endsWith("99\nin a thread\n"));
+    }
+    /// Each with its own prompt, one at a time, in their order.
+    void questionsOfThreads()
+    {
+        QStringList titles;
+        for (int i = 0; i < 3; ++i) {
+            m_driver->expect([&titles, this](QDialog *dialog) {
+                titles += dialog->windowTitle();
+                QTest::qWait(20);
+                QCOMPARE(m_console->findChildren<QDialog *>().size(), 1);
+                dialog->accept();
+            });
+        }
+        CPython::execute(
+            "for i in range(3): start(input, 'question %d? ' % i); time.sleep(0.05)\n");
+        QTRY_COMPARE(titles.size(), 3);
+        CPython::execute("join()\n");
+        QCOMPARE(titles.join(", "),
+                 "Python: question 0? , Python: question 1? , Python: question 2? ");
+    }
     /// The console goes while a thread and a script wait, and text of a thread is on its way.
     void endOfInput()
     {
