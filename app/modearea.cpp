@@ -80,8 +80,9 @@ ModeArea::ModeArea(QWidget *parent)
 
 bool ModeArea::eventFilter(QObject *object, QEvent *event)
 {
-    // The buttons of the tabs, each before it is seen first.
-    if (event->type() == QEvent::ChildPolished) {
+    // The buttons of the tabs, each before it is seen first. The area filters the events of all other
+    // objects as well.
+    if (event->type() == QEvent::ChildPolished && qobject_cast<QTabBar *>(object)) {
         auto *const child = static_cast<QChildEvent *>(event)->child();
         if (auto *const button = qobject_cast<QWidget *>(child))
             button->setStyle(m_crossStyle);

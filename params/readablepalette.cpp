@@ -49,6 +49,12 @@ static QColor readableText(const QColor &faint, const QColor &full, const QVecto
 QPalette readablePalette()
 {
     QPalette palette; // the application's
+    const auto lightness = [&palette](QPalette::ColorRole role) {
+        return luminance(palette.color(QPalette::Active, role));
+    };
+    // On light grounds a greyed text is faint because it is meant to be.
+    if (lightness(QPalette::Window) > lightness(QPalette::WindowText))
+        return palette;
     const QColor button = palette.color(QPalette::Disabled, QPalette::Button);
     // Styles paint the upper edge of a button lighter than its colour.
     constexpr int edge = 150;
