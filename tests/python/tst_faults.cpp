@@ -24,10 +24,12 @@ public:
         auto environment = QProcessEnvironment::systemEnvironment();
         for (auto it = variables.cbegin(); it != variables.cend(); ++it)
             environment.insert(it.key(), it.value());
-        // The interpreter abandons what a daemon thread held, and what some modules keep. A sanitizer
-        // that was not preloaded itself minds every preloaded library.
+        // The interpreter abandons what a daemon thread held, what some modules keep, and with an
+        // allocator of its own all of that. A sanitizer that was not preloaded itself minds every
+        // preloaded library.
         QString options = environment.value("ASAN_OPTIONS") + ":verify_asan_link_order=0";
-        const QRegularExpression leaking("daemon|concurrent|numpy|ssl|sqlite3|ctypes|excepthook");
+        const QRegularExpression leaking(
+            "daemon|concurrent|numpy|ssl|sqlite3|ctypes|excepthook|sitecustomize");
         if (arguments.join(' ').contains(leaking))
             options += ":detect_leaks=0";
         environment.insert("ASAN_OPTIONS", options);
