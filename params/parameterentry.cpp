@@ -303,12 +303,33 @@ static int nextGroupNumber()
     return ++number;
 }
 
+namespace {
+
+/// A group box whose title is shown whole: styles give it the width of its ink at another scale, which
+/// may be a few pixels less than it takes.
+class TitledBox final : public QGroupBox
+{
+public:
+    using QGroupBox::QGroupBox;
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QStyleOptionGroupBox box;
+        initStyleOption(&box);
+        box.text += QChar(QChar::Nbsp);
+        QStylePainter(this).drawComplexControl(QStyle::CC_GroupBox, box);
+    }
+};
+
+} // namespace
+
 ParameterGroup makeGroup(const QString &name, const QVariantMap &descriptor, QWidget *parent)
 {
     ParameterGroup group;
     group.name = name;
     group.ord = descriptor.value(ordKey(), defaultOrd).toInt();
-    group.box = new QGroupBox(descriptor.value(labelKey(), name).toString(), parent);
+    group.box = new TitledBox(descriptor.value(labelKey(), name).toString(), parent);
     group.box->setObjectName(QStringLiteral("group_%1").arg(nextGroupNumber()));
     group.box->setToolTip(descriptor.value(tooltipKey()).toString());
     // Owned by the box.
